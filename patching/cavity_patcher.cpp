@@ -1,0 +1,1 @@
+#include "scanmesh/cavity_patcher.h"
