@@ -1,0 +1,38 @@
+// What differs between operating systems, in one place.
+#ifndef SCANMESH_CORE_PLATFORM_H
+#define SCANMESH_CORE_PLATFORM_H
+
+#include <cstdint>
+#include <cstdio>
+#include <thread>
+
+namespace scanmesh {
+
+// Number of processors, read at each use; at least 1.
+int processor_count();
+
+// Memory of the machine, in bytes. A page file counts physical memory in, as hosts expect.
+struct MemoryStatus {
+  uint64_t physical_total;
+  uint64_t physical_free;
+  uint64_t page_total;
+  uint64_t page_free;
+};
+MemoryStatus memory_status();
+
+// Whether a machine in this state may load a file.
+bool memory_suffices(const MemoryStatus& status);
+
+// The affinity mask of a pool worker: one bit per processor, the first two left to the application.
+// Counts beyond 64 fill the mask.
+uint64_t worker_affinity_mask(uint64_t core_count);
+// Applies a mask; an empty one changes nothing.
+void set_thread_affinity(std::thread& thread, uint64_t mask);
+
+// Bytes from the current position to the end of a seekable stream, -1 when that can't be told. The
+// position is kept.
+int64_t remaining_bytes(FILE* stream);
+
+}  // namespace scanmesh
+
+#endif  // SCANMESH_CORE_PLATFORM_H

@@ -1,0 +1,168 @@
+// The block array on which every store is built. Records point at one another by raw address, so the
+// array grows without ever moving an element.
+#ifndef SCANMESH_MEM_ALLO_H
+#define SCANMESH_MEM_ALLO_H
+
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace MemS {
+
+/// Growable array of T in blocks of equal size.
+///
+/// A block reserves addresses only: an element is constructed when it is first handed out, so that a
+/// mesh with blocks of millions of records costs what it holds. Each block keeps the number of its
+/// constructed elements in front of them; elements left over from before a clear_mem stay constructed
+/// and are handed out again as they stand.
+///
+/// Not safe against a concurrent writer. Several threads may read elements and write different ones
+/// while nobody allocates. Copies are memberwise and share the blocks: two copies must never both be
+/// freed. Out of memory raises std::bad_alloc.
+template <typename T>
+class MemAllo {
+ public:
+  int32_t block_size = 100000;     // elements per block
+  int32_t block_capacity = 1000;   // slots of the block table
+  int32_t block_used = 0;          // elements used in the current block
+  int32_t block_no = 0;            // index of the current block
+  T** block = nullptr;             // the block table; a slot is null until its block exists
+  int32_t block_top = 0;           // highest block_no before the last clear_mem
+
+  /// Stores both sizes and allocates a zeroed table and block 0. Frees nothing: on a live array what
+  /// it held is lost.
+  void inalize(int size, int capacity) {
+    assert(size > 0 && capacity > 0);
+    block_size = size;
+    block_capacity = capacity;
+    block_used = 0;
+    block_no = 0;
+    block_top = 0;
+    block = new_table(capacity);
+    block[0] = new_block();
+  }
+
+  /// The next element. Its address holds until free().
+  T& allocate_mem() {
+    if (block_used == block_size) {
+      ++block_no;
+      block_used = 0;
+    }
+    T* const elements = current_block();
+    construct_to(elements, block_used + 1);
+    return elements[block_used++];
+  }
+
+  /// `count` consecutive elements of one block, count < block_size. A request that would end exactly
+  /// at the end of a block moves to the next one, and the rest of the block stays empty.
+  T* allocate_mem(int count) {
+    assert(count >= 0 && count < block_size);
+    if (block_used + count >= block_size) {
+      ++block_no;
+      block_used = 0;
+    }
+    T* const elements = current_block();
+    construct_to(elements, block_used + count);
+    T* const run = elements + block_used;
+    block_used += count;
+    return run;
+  }
+
+  T& operator[](int i) { return block[i / block_size][i % block_size]; }
+  const T& operator[](int i) const { return block[i / block_size][i % block_size]; }
+
+  int size() const { return block_no * block_size + block_used; }
+
+  /// Back to no elements; blocks and old values stay.
+  void clear_mem() {
+    if (block_no > block_top) block_top = block_no;
+    block_used = 0;
+    block_no = 0;
+  }
+
+  /// Destroys and releases every block, then the table.
+  void free() {
+    if (block != nullptr) {
+      const int32_t last = block_no > block_top ? block_no : block_top;
+      for (int32_t i = 0; i <= last && i < block_capacity; ++i) {
+        if (block[i] != nullptr) release_block(block[i]);
+      }
+      std::free(block);
+      block = nullptr;
+    }
+    block_used = 0;
+    block_no = 0;
+    block_top = 0;
+  }
+
+  /// Destroys the constructed elements of one block and returns its memory.
+  static void release_block(T* elements) {
+    if constexpr (!std::is_trivially_destructible_v<T>) {
+      for (int32_t i = 0, n = header(elements)->constructed; i < n; ++i) elements[i].~T();
+    }
+    std::free(header(elements));
+  }
+
+ private:
+  struct alignas(std::max_align_t) Header {
+    int32_t constructed;
+  };
+  static_assert(alignof(T) <= alignof(Header), "elements follow the header directly");
+
+  static Header* header(const T* elements) {
+    return reinterpret_cast<Header*>(const_cast<char*>(reinterpret_cast<const char*>(elements)) -
+                                     sizeof(Header));
+  }
+
+  static T** new_table(int32_t slots) {
+    void* const table = std::calloc(static_cast<std::size_t>(slots), sizeof(T*));
+    if (table == nullptr) throw std::bad_alloc();
+    return static_cast<T**>(table);
+  }
+
+  T* new_block() const {
+    const std::size_t bytes =
+        sizeof(Header) + static_cast<std::size_t>(block_size) * sizeof(T);
+    // A large request is mapped, not touched: pages become resident as elements are handed out.
+    void* const raw = std::malloc(bytes);
+    if (raw == nullptr) throw std::bad_alloc();
+    static_cast<Header*>(raw)->constructed = 0;
+    return reinterpret_cast<T*>(static_cast<char*>(raw) + sizeof(Header));
+  }
+
+  T* current_block() {
+    if (block_no == block_capacity) grow_table();
+    T*& slot = block[block_no];
+    if (slot == nullptr) slot = new_block();
+    return slot;
+  }
+
+  void grow_table() {
+    // The table triples and has no upper limit but the address space.
+    if (block_capacity > std::numeric_limits<int32_t>::max() / 3) throw std::bad_alloc();
+    T** const table = new_table(3 * block_capacity);
+    std::memcpy(table, block, static_cast<std::size_t>(block_capacity) * sizeof(T*));
+    std::free(block);
+    block = table;
+    block_capacity *= 3;
+  }
+
+  void construct_to(T* elements, int32_t end) {
+    int32_t& constructed = header(elements)->constructed;
+    if constexpr (std::is_trivially_default_constructible_v<T>) {
+      if (constructed < end) constructed = end;
+    } else {
+      for (; constructed < end; ++constructed) ::new (static_cast<void*>(elements + constructed)) T;
+    }
+  }
+};
+
+}  // namespace MemS
+
+#endif  // SCANMESH_MEM_ALLO_H
