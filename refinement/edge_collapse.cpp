@@ -8,6 +8,7 @@
 
 #include "core/parallel.h"
 #include "core/progress.h"
+#include "core/vector_math.h"
 
 namespace scanmesh {
 
@@ -28,6 +29,33 @@ constexpr std::size_t kTaskSize = 16384;
 
 double threshold_of(int iteration, double aggression) {
   return kThresholdScale * std::pow(static_cast<double>(iteration + 3), aggression);
+}
+
+// Whether the triangle p, p1, p2 is a needle or turns away from the normal. The tests are those of
+// unit vectors, squared: |dot(d1, d2)| > 0.999 and dot(unit(d1 x d2), normal) < 0.2. A corner on p
+// counts as a needle; a normal that isn't a number turns nothing away.
+bool spoils(const Vec3d& p, const Vec3d& p1, const Vec3d& p2, const Vec3d& normal) {
+  const Vec3d d1 = p1 - p;
+  const Vec3d d2 = p2 - p;
+  const double lengths = dot(d1, d1) * dot(d2, d2);
+  const double along = dot(d1, d2);
+  if (!(lengths > 0) || along * along > kParallel * kParallel * lengths) return true;
+  const Vec3d c = cross(d1, d2);
+  const double up = dot(c, normal);
+  return up < 0 || up * up < kLeastNormalDot * kLeastNormalDot * dot(c, c);
+}
+
+Vec3f narrowed(const Vec3d& p) {
+  return {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)};
+}
+
+// The rebuild drops a triangle with two corners that weld, which would tear the surface open; so no
+// collapse may bring an edge there that wasn't there before.
+bool newly_close(const Vec3d& p, const Vec3d& before, const Vec3d& corner) {
+  constexpr double kNear = 3 * kWeldTolerance * kWeldTolerance;
+  const Vec3d d = corner - p;
+  if (dot(d, d) > 2 * kNear) return false;
+  return welds(narrowed(p), narrowed(corner)) && !welds(narrowed(before), narrowed(corner));
 }
 
 double next_aggression(int iteration, double aggression) {
@@ -193,11 +221,10 @@ bool EdgeCollapse::folds(const Vec3d& p, int i0, int i1, std::vector<char>& dies
       dies[static_cast<std::size_t>(k)] = 1;
       continue;
     }
-    const Vec3d d1 = unit(verts[static_cast<std::size_t>(id1)].pos - p);
-    const Vec3d d2 = unit(verts[static_cast<std::size_t>(id2)].pos - p);
-    // Negated, so that a corner that would fall onto p counts as a fold.
-    if (!(std::fabs(dot(d1, d2)) <= kParallel)) return true;
-    if (dot(unit(cross(d1, d2)), tri.normal) < kLeastNormalDot) return true;
+    const Vec3d& p1 = verts[static_cast<std::size_t>(id1)].pos;
+    const Vec3d& p2 = verts[static_cast<std::size_t>(id2)].pos;
+    if (spoils(p, p1, p2, tri.normal)) return true;
+    if (newly_close(p, vert.pos, p1) || newly_close(p, vert.pos, p2)) return true;
   }
   return false;
 }

@@ -52,7 +52,9 @@ struct Soup {
   }
 };
 
-inline Soup single_triangle() { return {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{{0, 1, 2}}}}; }
+inline Soup single_triangle() {
+  return {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{{0, 1, 2}}}};
+}
 
 inline Soup tetrahedron() {
   return {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
@@ -142,11 +144,10 @@ inline Soup noisy(Soup soup, float amount, uint64_t seed) {
 
 // An open, wavy, irregular patch with a few triangles missing: what references are compared on.
 inline Soup irregular_patch(int n, uint64_t seed) {
-  Soup soup = noisy(height_field(n, 1.0F,
-                                 [](float x, float y) {
-                                   return 0.8F * std::sin(0.7F * x) * std::cos(0.5F * y);
-                                 }),
-                    0.25F, seed);
+  Soup soup = noisy(
+      height_field(n, 1.0F,
+                   [](float x, float y) { return 0.8F * std::sin(0.7F * x) * std::cos(0.5F * y); }),
+      0.25F, seed);
   Random random(seed + 1);
   for (int i = 0; i < n; ++i) {
     soup.triangles.erase(soup.triangles.begin() +
