@@ -8,8 +8,8 @@
 
 namespace scanmesh {
 
-// One stage of `step_count` steps, counted from 1, on the thread that calls. What the callback answers
-// is ignored. An empty callback reports nothing.
+// One stage of `step_count` steps, counted from 1, on the thread that calls. What the callback
+// answers is ignored. An empty callback reports nothing.
 inline void report_step(const Mesh_M::ProcessStepCallback& callback, int32_t step,
                         int32_t step_count) {
   if (!callback) return;

@@ -1,5 +1,5 @@
-// A plain counting semaphore. Pairs of them make the barriers between workers and the main thread; one
-// that is signalled once acts as a mutex.
+// A plain counting semaphore. Pairs of them make the barriers between workers and the main thread;
+// one that is signalled once acts as a mutex.
 #ifndef SCANMESH_CORE_SEMAPHORE_H
 #define SCANMESH_CORE_SEMAPHORE_H
 

@@ -21,30 +21,27 @@
 
 namespace Mesh_M {
 
-// A pool lives on the stack frame of the call that uses it. One owner enqueues and destroys; tasks run
-// in order of enqueueing, on workers that keep off the first two processors. Destruction runs
+// A pool lives on the stack frame of the call that uses it. One owner enqueues and destroys; tasks
+// run in order of enqueueing, on workers that keep off the first two processors. Destruction runs
 // everything that is still queued. An exception in a task goes to its future.
 class ThreadPool {
  public:
-  // `core_count` processors shape the affinity mask; `thread_count` workers are started. A pool of 0
-  // workers never runs a task.
+  // `core_count` processors shape the affinity mask; `thread_count` workers are started. A pool of
+  // 0 workers never runs a task.
   ThreadPool(std::size_t core_count, std::size_t thread_count);
   virtual ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 
-  // Queues a call and returns the future of its result. Blocks while queue_limit tasks are queued, and
-  // raises std::runtime_error after the pool was stopped. References go in with std::ref.
+  // Queues a call and returns the future of its result. Blocks while queue_limit tasks are queued,
+  // and raises std::runtime_error after the pool was stopped. References go in with std::ref.
   template <typename Callable, typename... Arguments>
   auto enqueue(Callable&& callable, Arguments&&... arguments) {
-    using Result =
-        std::invoke_result_t<std::decay_t<Callable>, std::decay_t<Arguments>...>;
+    using Result = std::invoke_result_t<std::decay_t<Callable>, std::decay_t<Arguments>...>;
     auto task = std::make_shared<std::packaged_task<Result()>>(
         [call = std::decay_t<Callable>(std::forward<Callable>(callable)),
-         bound = std::tuple<std::decay_t<Arguments>...>(
-             std::forward<Arguments>(arguments)...)]() mutable {
-          return std::apply(std::move(call), std::move(bound));
-        });
+         bound = std::tuple<std::decay_t<Arguments>...>(std::forward<Arguments>(
+             arguments)...)]() mutable { return std::apply(std::move(call), std::move(bound)); });
     std::future<Result> future = task->get_future();
     push([task] { (*task)(); });
     return future;
@@ -73,7 +70,7 @@ class ThreadPool {
   std::condition_variable not_full;   // enqueue waits on it
   std::condition_variable not_empty;  // workers wait on it
   std::mutex idle_lock;
-  std::condition_variable idle;       // broadcast when the last task in flight has finished
+  std::condition_variable idle;  // broadcast when the last task in flight has finished
   std::atomic<int64_t> in_flight{0};
 };
 

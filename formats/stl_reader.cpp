@@ -76,6 +76,8 @@ void free_after_failure(Mesh& mesh) {
 
 int Mesh::input_data(FILE* stream) {
   if (!scanmesh::memory_suffices(scanmesh::memory_status())) return kNotEnoughMemory;
+  // A host that passes on a failed open loses the call, not the process.
+  if (stream == nullptr) return kNoFacetCount;
   int32_t count = 0;
   const scanmesh::StlHead head = scanmesh::read_binary_stl_count(stream, count);
   if (head == scanmesh::StlHead::kNoCount) return kNoFacetCount;
@@ -93,6 +95,7 @@ int Mesh::input_data(FILE* stream) {
 }
 
 bool Mesh::input_data_ASCII(FILE* stream) {
+  if (stream == nullptr) return false;
   if (!scanmesh::memory_suffices(scanmesh::memory_status())) return false;
   try {
     FacetCorners corners;
