@@ -13,7 +13,7 @@ for option in "$@"; do
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
     --render) packages+=(povray) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
-                        libassimp-dev libgmp-dev libmpfr-dev) ;;
+                        libassimp-dev pkg-config) ;;
     *) echo "setup.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done
