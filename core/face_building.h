@@ -6,8 +6,8 @@
 
 namespace scanmesh {
 
-// The edge of two vertices, made and entered at both ends where there is none. `created` (may be null)
-// tells which.
+// The edge of two vertices, made and entered at both ends where there is none. `created` (may be
+// null) tells which.
 Mesh_R::_edge* find_or_create_edge(Mesh_R::Vertex& vertices, Mesh_R::Edge& edges, Mesh_R::_vert* a,
                                    Mesh_R::_vert* b, bool* created = nullptr);
 

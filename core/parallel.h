@@ -18,7 +18,9 @@ inline std::pair<std::ptrdiff_t, std::ptrdiff_t> slice(std::ptrdiff_t items, int
 }
 
 // The task count of the smoothing loops and the simplification: 1.5 x processors, truncated.
-inline int one_and_a_half_processors() { return static_cast<int>(processor_count() * 1.5); }
+inline int one_and_a_half_processors() {
+  return static_cast<int>(processor_count() * 1.5);
+}
 
 // Calls body(record) for every record of a store, static schedule, on as many threads as told. The
 // thread count is global to the runtime: a later loop that doesn't set it inherits it.

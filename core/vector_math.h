@@ -16,10 +16,18 @@ constexpr double kWeldTolerance = 0.0005;
 constexpr double kTinyNormal = 1e-16;
 
 // Float arithmetic throughout; every operation rounds to float.
-inline Vec3f add(const Vec3f& a, const Vec3f& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-inline Vec3f sub(const Vec3f& a, const Vec3f& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-inline Vec3f negated(const Vec3f& a) { return {-a.x, -a.y, -a.z}; }
-inline float dot(const Vec3f& a, const Vec3f& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline Vec3f add(const Vec3f& a, const Vec3f& b) {
+  return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vec3f sub(const Vec3f& a, const Vec3f& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vec3f negated(const Vec3f& a) {
+  return {-a.x, -a.y, -a.z};
+}
+inline float dot(const Vec3f& a, const Vec3f& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 inline Vec3f cross(const Vec3f& a, const Vec3f& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
@@ -29,9 +37,13 @@ inline double dot_double(const Vec3f& a, const Vec3f& b) {
   return static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y +
          static_cast<double>(a.z) * b.z;
 }
-inline double length(const Vec3f& a) { return std::sqrt(dot_double(a, a)); }
+inline double length(const Vec3f& a) {
+  return std::sqrt(dot_double(a, a));
+}
 // The difference rounds to float, the length is double.
-inline double distance(const Vec3f& a, const Vec3f& b) { return length(sub(a, b)); }
+inline double distance(const Vec3f& a, const Vec3f& b) {
+  return length(sub(a, b));
+}
 
 // Product in double, rounded to float once.
 inline Vec3f scaled(const Vec3f& a, double factor) {

@@ -1,1 +1,103 @@
 #include "scanmesh/cavity_patcher.h"
+
+#include <cmath>
+
+#include "patching/patch_fairing.h"
+#include "patching/patch_mesh.h"
+#include "patching/patch_refinement.h"
+#include "patching/ring_triangulation.h"
+#include "patching/surroundings.h"
+
+namespace Mesh_M {
+namespace {
+
+constexpr int status_done = 0;
+constexpr int status_refused = -1;
+
+// Triangles up to this length of normal have none; hosts expect the z axis for them.
+constexpr double least_normal_length = 1e-16;
+
+// (A - B) x (B - C), the form whose rounding the rest of the system uses.
+MyPoint3 corner_normal(const MyPoint3& a, const MyPoint3& b, const MyPoint3& c) {
+  const double ux = a.x - b.x;
+  const double uy = a.y - b.y;
+  const double uz = a.z - b.z;
+  const double vx = b.x - c.x;
+  const double vy = b.y - c.y;
+  const double vz = b.z - c.z;
+  const double x = uy * vz - uz * vy;
+  const double y = uz * vx - ux * vz;
+  const double z = ux * vy - uy * vx;
+  const double length = std::sqrt(x * x + y * y + z * z);
+  if (!(length > least_normal_length) || !std::isfinite(length)) return {0.0, 0.0, 1.0};
+  return {x / length, y / length, z / length};
+}
+
+cavity::PatchMesh close_ring(const cavity::Surroundings& around) {
+  std::vector<cavity::Point> ring(around.points.begin(), around.points.begin() + around.ring_size);
+  std::vector<cavity::Triangle> triangles =
+      cavity::triangulate_ring(ring, around.rim_normals, around.chords);
+  return cavity::PatchMesh(std::move(ring), around.ring_size, std::move(triangles), around.chords);
+}
+
+void shape_patch(const cavity::Surroundings& around, cavity::PatchMesh& patch) {
+  cavity::split_taken_chords(around, patch);
+  cavity::EdgeLengths lengths(around, patch);
+  cavity::refine_patch(patch, lengths);
+  // Fairing may swell the patch, which stretches its edges: the second round fills in.
+  if (!cavity::fair_patch(around, patch)) return;
+  cavity::refine_patch(patch, lengths);
+  cavity::fair_patch(around, patch);
+}
+
+// Ring vertices are copied from the caller, since a trip through unit scale would round them.
+void write_patch(const cavity::Surroundings& around, const cavity::PatchMesh& patch,
+                 const std::vector<double>& ring_points, std::vector<MyPoint3>& vertices,
+                 std::vector<MyFace>& faces, std::vector<MyPoint3>& face_normals,
+                 std::vector<int>& ring_indices) {
+  for (int v = 0; v < patch.point_count(); ++v) {
+    if (patch.is_free(v)) {
+      const cavity::Point p = around.to_mesh_units(patch.point(v));
+      vertices.push_back({p.x(), p.y(), p.z()});
+    } else {
+      const double* p = ring_points.data() + 3 * static_cast<std::size_t>(v);
+      vertices.push_back({p[0], p[1], p[2]});
+      ring_indices.push_back(v);
+    }
+  }
+  for (const cavity::Triangle& t : patch.triangles()) {
+    faces.push_back({t[0], t[1], t[2]});
+    face_normals.push_back(corner_normal(vertices[t[0]], vertices[t[1]], vertices[t[2]]));
+  }
+}
+
+}  // namespace
+
+int CavityPatcher::fillHole2(const std::vector<double>& regionFaces,
+                             const std::vector<double>& ringPoints, std::vector<MyPoint3>& vertices,
+                             std::vector<MyFace>& faces, std::vector<MyPoint3>& faceNormals,
+                             std::vector<int>& ringIndices) {
+  vertices.clear();
+  faces.clear();
+  faceNormals.clear();
+  ringIndices.clear();
+  cavity::Surroundings around;
+  if (!cavity::read_surroundings(regionFaces, ringPoints, around)) return status_refused;
+  cavity::PatchMesh patch = close_ring(around);
+  shape_patch(around, patch);
+  write_patch(around, patch, ringPoints, vertices, faces, faceNormals, ringIndices);
+  return status_done;
+}
+
+int CavityPatcher::fillHolePolyline(const std::vector<double>& polyline,
+                                    std::vector<int>& triangles) {
+  triangles.clear();
+  cavity::Surroundings around;
+  if (!cavity::read_surroundings({}, polyline, around)) return status_refused;
+  const cavity::PatchMesh patch = close_ring(around);
+  for (const cavity::Triangle& t : patch.triangles())
+    triangles.insert(triangles.end(), t.begin(), t.end());
+  return status_done;
+}
+
+}  // namespace Mesh_M

@@ -30,15 +30,15 @@ struct _hole {
 class SCANMESH_API Hole {
  public:
   MemS::MemAllo<_hole*> holes;
-  int32_t edge_total = 0;          // edges pushed into any ring since the list was cleared
+  int32_t edge_total = 0;  // edges pushed into any ring since the list was cleared
   Edge* edge_store = nullptr;
   Face* face_store = nullptr;
   Vertex* vert_store = nullptr;
   MemS::MemAllo<_vert*> added_verts;
   MemS::MemAllo<_edge*> added_edges;
   MemS::MemAllo<_face*> added_faces;
-  _hole* last_hole = nullptr;      // the ring filled last; null when nothing can be revoked
-  int32_t hole_count = 0;          // cells handed out, empty ones included
+  _hole* last_hole = nullptr;  // the ring filled last; null when nothing can be revoked
+  int32_t hole_count = 0;      // cells handed out, empty ones included
 
   Hole();
   ~Hole();
@@ -89,15 +89,15 @@ class SCANMESH_API Hole {
   /// Writes the ring's boundary edges on the given faces to the front of its list.
   void remove_some_edge(int hole, _face** faces, int faceCount);
 
-  /// Fills with a clipped wavefront, edge refinement and radial basis projection. `f` is half of the
-  /// scan's spacing, mesh units.
+  /// Fills with a clipped wavefront, edge refinement and radial basis projection. `f` is half of
+  /// the scan's spacing, mesh units.
   void fill_Hole_No(float f, int hole, int rings3);
   /// Commits the last fill.
   void Determine_fill_hole();
   /// Undoes the last fill.
   void Revoked_last();
-  /// The added faces that aren't deleted: normal and three corners, 12 floats each. `n` counts floats;
-  /// null, with `n` untouched, when nothing was added. The caller frees with delete[].
+  /// The added faces that aren't deleted: normal and three corners, 12 floats each. `n` counts
+  /// floats; null, with `n` untouched, when nothing was added. The caller frees with delete[].
   float* return_add_face(int& n);
   /// The same as records; `n` counts faces; `faces` is untouched when nothing was added.
   void return_add_face(_face**& faces, int& n);

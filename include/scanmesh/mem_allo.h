@@ -1,5 +1,5 @@
-// The block array on which every store is built. Records point at one another by raw address, so the
-// array grows without ever moving an element.
+// The block array on which every store is built. Records point at one another by raw address, so
+// the array grows without ever moving an element.
 #ifndef SCANMESH_MEM_ALLO_H
 #define SCANMESH_MEM_ALLO_H
 
@@ -17,26 +17,26 @@ namespace MemS {
 
 /// Growable array of T in blocks of equal size.
 ///
-/// A block reserves addresses only: an element is constructed when it is first handed out, so that a
-/// mesh with blocks of millions of records costs what it holds. Each block keeps the number of its
-/// constructed elements in front of them; elements left over from before a clear_mem stay constructed
-/// and are handed out again as they stand.
+/// A block reserves addresses only: an element is constructed when it is first handed out, so that
+/// a mesh with blocks of millions of records costs what it holds. Each block keeps the number of
+/// its constructed elements in front of them; elements left over from before a clear_mem stay
+/// constructed and are handed out again as they stand.
 ///
 /// Not safe against a concurrent writer. Several threads may read elements and write different ones
-/// while nobody allocates. Copies are memberwise and share the blocks: two copies must never both be
-/// freed. Out of memory raises std::bad_alloc.
+/// while nobody allocates. Copies are memberwise and share the blocks: two copies must never both
+/// be freed. Out of memory raises std::bad_alloc.
 template <typename T>
 class MemAllo {
  public:
-  int32_t block_size = 100000;     // elements per block
-  int32_t block_capacity = 1000;   // slots of the block table
-  int32_t block_used = 0;          // elements used in the current block
-  int32_t block_no = 0;            // index of the current block
-  T** block = nullptr;             // the block table; a slot is null until its block exists
-  int32_t block_top = 0;           // highest block_no before the last clear_mem
+  int32_t block_size = 100000;    // elements per block
+  int32_t block_capacity = 1000;  // slots of the block table
+  int32_t block_used = 0;         // elements used in the current block
+  int32_t block_no = 0;           // index of the current block
+  T** block = nullptr;            // the block table; a slot is null until its block exists
+  int32_t block_top = 0;          // highest block_no before the last clear_mem
 
-  /// Stores both sizes and allocates a zeroed table and block 0. Frees nothing: on a live array what
-  /// it held is lost.
+  /// Stores both sizes and allocates a zeroed table and block 0. Frees nothing: on a live array
+  /// what it held is lost.
   void inalize(int size, int capacity) {
     assert(size > 0 && capacity > 0);
     block_size = size;
@@ -59,8 +59,8 @@ class MemAllo {
     return elements[block_used++];
   }
 
-  /// `count` consecutive elements of one block, count < block_size. A request that would end exactly
-  /// at the end of a block moves to the next one, and the rest of the block stays empty.
+  /// `count` consecutive elements of one block, count < block_size. A request that would end
+  /// exactly at the end of a block moves to the next one, and the rest of the block stays empty.
   T* allocate_mem(int count) {
     assert(count >= 0 && count < block_size);
     if (block_used + count >= block_size) {
@@ -127,8 +127,7 @@ class MemAllo {
   }
 
   T* new_block() const {
-    const std::size_t bytes =
-        sizeof(Header) + static_cast<std::size_t>(block_size) * sizeof(T);
+    const std::size_t bytes = sizeof(Header) + static_cast<std::size_t>(block_size) * sizeof(T);
     // A large request is mapped, not touched: pages become resident as elements are handed out.
     void* const raw = std::malloc(bytes);
     if (raw == nullptr) throw std::bad_alloc();

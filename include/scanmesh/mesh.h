@@ -27,10 +27,10 @@ struct mesh_resolution_param {
 
 /// A triangle mesh.
 ///
-/// Expected order: construct; load, or inalize_oct and insert; inalize_mesh; run any operation; read
-/// out; free or destroy. A mesh belongs to one thread of the application at a time; operations start
-/// threads of their own and join them before they return. Arrays handed out are new and belong to the
-/// caller, who frees them with delete[].
+/// Expected order: construct; load, or inalize_oct and insert; inalize_mesh; run any operation;
+/// read out; free or destroy. A mesh belongs to one thread of the application at a time; operations
+/// start threads of their own and join them before they return. Arrays handed out are new and
+/// belong to the caller, who frees them with delete[].
 class SCANMESH_API Mesh {
  public:
   Mesh_R::Face face;
@@ -38,14 +38,14 @@ class SCANMESH_API Mesh {
   Mesh_R::Edge edge;
   Mesh_R::Hole hole;
   VertexOctree oct;
-  MemS::Point3v<float> center;        // of the bounding box; unset until a loader or set_Center
-  mesh_resolution_param resolution;   // unset until setResolutionParam
+  MemS::Point3v<float> center;       // of the bounding box; unset until a loader or set_Center
+  mesh_resolution_param resolution;  // unset until setResolutionParam
   ProcessStepCallback process_step;
-  std::mutex search_lock;             // taken by the threads of the face searches
-  std::vector<Mesh_R::_face*> selected_faces;   // of the last face search
-  std::vector<Mesh_R::_vert*> rim_vertices;     // of the last face search
-  std::vector<Mesh_R::_vert*> ordered_vertices; // of the last face search, by sequence number
-  int32_t search_order = 0;           // next sequence number of the face searches
+  std::mutex search_lock;                        // taken by the threads of the face searches
+  std::vector<Mesh_R::_face*> selected_faces;    // of the last face search
+  std::vector<Mesh_R::_vert*> rim_vertices;      // of the last face search
+  std::vector<Mesh_R::_vert*> ordered_vertices;  // of the last face search, by sequence number
+  int32_t search_order = 0;                      // next sequence number of the face searches
 
   // ---- Life cycle -------------------------------------------------------------------------------
 
@@ -79,8 +79,8 @@ class SCANMESH_API Mesh {
 
   // ---- Filling ----------------------------------------------------------------------------------
 
-  /// Adds a triangle by coordinates, welding its corners. `normal` is replaced by the unit normal of
-  /// the corners. Returns the number of the face; -1 for a degenerate triangle or one that isn't
+  /// Adds a triangle by coordinates, welding its corners. `normal` is replaced by the unit normal
+  /// of the corners. Returns the number of the face; -1 for a degenerate triangle or one that isn't
   /// finite; 0 for a duplicate.
   int insert(MemS::Point3v<float>& a, MemS::Point3v<float>& b, MemS::Point3v<float>& c,
              MemS::Point3v<float>& normal);
@@ -96,8 +96,8 @@ class SCANMESH_API Mesh {
   /// The same, and clears the mark of each edge that it makes.
   Mesh_R::_face* insert_face2(Mesh_R::_vert* a, Mesh_R::_vert* b, Mesh_R::_vert* c,
                               MemS::Point3v<float>& normal);
-  /// Builds the mesh from point_count x 3 floats and triangle_count x 3 indices into a fresh or freed
-  /// object; triangles with an index out of range, and those too small to weld, are skipped.
+  /// Builds the mesh from point_count x 3 floats and triangle_count x 3 indices into a fresh or
+  /// freed object; triangles with an index out of range, and those too small to weld, are skipped.
   void rebuild(float* points, int point_count, int* triangles, int triangle_count);
   /// The same with a tag per point; small triangles are kept.
   void rebuild(float* points, int point_count, unsigned char* tags, int* triangles,
@@ -119,7 +119,8 @@ class SCANMESH_API Mesh {
   /// Three vertex numbers per live face among every `step`-th; `faces` gets their records, a second
   /// array of the caller's. `n` counts integers.
   int* get_face_index(Mesh_R::_face**& faces, int& n, int step);
-  /// Both ends of each edge of a ring, 6 floats per edge; `n` counts floats. Null for an empty cell.
+  /// Both ends of each edge of a ring, 6 floats per edge; `n` counts floats. Null for an empty
+  /// cell.
   float* get_hole_index(int hole, int& n);
   /// Cells of the hole list, empty ones included.
   int get_hole_num();
@@ -127,26 +128,27 @@ class SCANMESH_API Mesh {
   float* getvert_poision(int& n);
   float* getvert_vector(int& n);
   int* getvert_flags(int& n);
-  /// Positions in live order of the vertices with kTagFine (kTagProtected); null when there are none.
+  /// Positions in live order of the vertices with kTagFine (kTagProtected); null when there are
+  /// none.
   int* getvert_fine(int& n);
   int* getvert_protected(int& n);
   float* getface_vector(int& n);
   /// Positions in live order of the faces with the tag on any corner; null when there are none.
   int* getface_fine(int& n);
   int* getface_prtotectded(int& n);
-  /// Fills memory that the caller's pointers name: `points[3 k]` and `vectors[3 k]` are cells of which
-  /// the first twelve bytes receive position and normal of the k-th live vertex, `flags[k]` names the
-  /// integer that receives its flags. Before that, `*points`, `*vectors` and `*flags` receive new
-  /// arrays. -1 when a pointer is null, else 0; `n` counts live vertices.
+  /// Fills memory that the caller's pointers name: `points[3 k]` and `vectors[3 k]` are cells of
+  /// which the first twelve bytes receive position and normal of the k-th live vertex, `flags[k]`
+  /// names the integer that receives its flags. Before that, `*points`, `*vectors` and `*flags`
+  /// receive new arrays. -1 when a pointer is null, else 0; `n` counts live vertices.
   int getvert_info(float** points, float** vectors, int** flags, int& n);
 
   // ---- Files ------------------------------------------------------------------------------------
 
   /// Does nothing and returns null: the caller opens the file and picks a reader.
   float* input_data(const char* path, std::string& message, bool flag);
-  /// Reads binary STL from a stream opened in binary mode, at any position. 0 read, and the stream is
-  /// closed; -1 not enough memory; -2 no facet count; -3 a count below 1 (stream still open for these
-  /// two). Follow with inalize_mesh().
+  /// Reads binary STL from a stream opened in binary mode, at any position. 0 read, and the stream
+  /// is closed; -1 not enough memory; -2 no facet count; -3 a count below 1 (stream still open for
+  /// these two). Follow with inalize_mesh().
   int input_data(FILE* stream);
   /// Reads ASCII STL; false on any fault, with the mesh untouched. The stream stays open.
   bool input_data_ASCII(FILE* stream);
@@ -184,8 +186,8 @@ class SCANMESH_API Mesh {
   void Mesh_simplify(int target, bool);
   /// The run itself. A null target means 0, a null limit none; with a limit the error rules.
   void Mesh_Queue_Simplify(double* limit, int* target);
-  /// The numbers of the three edges of the faces [first, last), at 3 i of `out`; a deleted face gets
-  /// -1 in its first place only.
+  /// The numbers of the three edges of the faces [first, last), at 3 i of `out`; a deleted face
+  /// gets -1 in its first place only.
   void cal_face_eno(int* out, int first, int last);
 
  private:

@@ -23,7 +23,8 @@ struct ProcessStepInfoType {
 
 namespace Mesh_M {
 
-/// Called on the thread that is reporting. The result is ignored: a callback watches, it can't cancel.
+/// Called on the thread that is reporting. The result is ignored: a callback watches, it can't
+/// cancel.
 using ProcessStepCallback = std::function<int(qv::alg::ProcessStepInfoType&)>;
 
 }  // namespace Mesh_M

@@ -1,5 +1,5 @@
-// The topological mesh: records of vertices, edges and faces that point at one another by raw address,
-// and the stores that own them. Algorithms read and write the fields directly.
+// The topological mesh: records of vertices, edges and faces that point at one another by raw
+// address, and the stores that own them. Algorithms read and write the fields directly.
 #ifndef SCANMESH_STORES_H
 #define SCANMESH_STORES_H
 
@@ -17,10 +17,10 @@ struct _face;
 
 /// Values of `state`. Its sign is a visit mark that every pass takes back before it ends.
 enum : int16_t {
-  kStateOnePass = 1,     // edge: walked into a ring; vertex: closed by faces all round
-  kStateTaken = 2,       // collected by a neighbourhood search, or taken by a split-off ring
-  kStateDeleted = 3,     // deleted: the one value that every loop over a store tests
-  kStateLive = 8,        // default: live, untouched
+  kStateOnePass = 1,         // edge: walked into a ring; vertex: closed by faces all round
+  kStateTaken = 2,           // collected by a neighbourhood search, or taken by a split-off ring
+  kStateDeleted = 3,         // deleted: the one value that every loop over a store tests
+  kStateLive = 8,            // default: live, untouched
   kStateHighCurvature = 12,  // vertex: stays fixed in smoothing and subdivision
 };
 
@@ -33,22 +33,22 @@ enum : int16_t { kVertexListCapacity = 8, kEdgeListCapacity = 2 };
 /// A list lies on the heap if and only if its capacity exceeds the default; the destructor frees
 /// exactly those. Copies are memberwise and share the lists.
 struct _vert {
-  MemS::Point3v<float> point;             // position, mesh units
-  MemS::Point3v<float> vector{0, 0, 0};   // unit normal; zero until first computed
-  _edge** edge = nullptr;                 // the edges that touch this vertex
-  _face** face = nullptr;                 // the faces that touch this vertex
-  float angle = 0;                        // 2 pi less the sum of the corner angles, radians
-  int32_t index = 0;                      // number among the live vertices; stale after any change
-  int32_t order = -1;                     // working number of the face searches
-  bool searched = false;                  // working mark: within the radius of a search
-  bool reached = false;                   // working mark: on the rim of a search
-  uint8_t tag = 0;                        // kTagFine, kTagProtected, or the application's own bits
+  MemS::Point3v<float> point;            // position, mesh units
+  MemS::Point3v<float> vector{0, 0, 0};  // unit normal; zero until first computed
+  _edge** edge = nullptr;                // the edges that touch this vertex
+  _face** face = nullptr;                // the faces that touch this vertex
+  float angle = 0;                       // 2 pi less the sum of the corner angles, radians
+  int32_t index = 0;                     // number among the live vertices; stale after any change
+  int32_t order = -1;                    // working number of the face searches
+  bool searched = false;                 // working mark: within the radius of a search
+  bool reached = false;                  // working mark: on the rim of a search
+  uint8_t tag = 0;                       // kTagFine, kTagProtected, or the application's own bits
   int16_t edge_num = 0;
   int16_t face_num = 0;
   int16_t face_cap = kVertexListCapacity;
   int16_t edge_cap = kVertexListCapacity;
   int16_t state = kStateLive;
-  int32_t flags = 0;                      // a value for the caller
+  int32_t flags = 0;  // a value for the caller
 
   _vert() {}
   _vert(const _vert&) = default;
@@ -63,11 +63,11 @@ struct _vert {
 /// tells its kind: 1 boundary, 2 interior, 3 and more non-manifold.
 struct _edge {
   _vert* vert[2] = {nullptr, nullptr};
-  _face** face = nullptr;                 // the faces on this edge
+  _face** face = nullptr;  // the faces on this edge
   int16_t face_num = 0;
   int16_t face_cap = kEdgeListCapacity;
   int16_t state = kStateLive;
-  uint8_t mark = 0;                       // cleared on some new edges; nothing reads it
+  uint8_t mark = 0;  // cleared on some new edges; nothing reads it
 
   _edge() {}
   _edge(const _edge&) = default;
@@ -77,15 +77,15 @@ struct _edge {
   }
 };
 
-/// A face with corners A, B, C, counter-clockwise seen from outside: (A - B) x (B - C) points the way
-/// of `vector`. As built, edge[i] lies opposite vert[i]; orientation repair exchanges corners without
-/// the edges, so code that needs the opposite edge compares ends.
+/// A face with corners A, B, C, counter-clockwise seen from outside: (A - B) x (B - C) points the
+/// way of `vector`. As built, edge[i] lies opposite vert[i]; orientation repair exchanges corners
+/// without the edges, so code that needs the opposite edge compares ends.
 struct _face {
   _vert* vert[3] = {nullptr, nullptr, nullptr};
   _edge* edge[3] = {nullptr, nullptr, nullptr};
-  MemS::Point3v<float> vector{0, 0, 0};   // unit normal
-  bool searched = false;                  // working mark of the radius searches
-  uint8_t tag = 0;                        // as on the vertex; the library never reads it
+  MemS::Point3v<float> vector{0, 0, 0};  // unit normal
+  bool searched = false;                 // working mark of the radius searches
+  uint8_t tag = 0;                       // as on the vertex; the library never reads it
   int16_t state = kStateLive;
 };
 
@@ -127,8 +127,8 @@ class SCANMESH_API Vertex {
   void dele_vert_nonmanifold(_vert* vert, _face* face);
   /// Drops the lists of a vertex and marks it deleted.
   void recover_mem(_vert* vert);
-  /// Compaction: moves live records into the places of deleted ones. Invalidates numbers and may move
-  /// any record; a last step before the mesh is read out.
+  /// Compaction: moves live records into the places of deleted ones. Invalidates numbers and may
+  /// move any record; a last step before the mesh is read out.
   void sort_out_mem();
 
   /// Recomputes one vertex normal: the plain mean of the normals of its faces, normalised.
@@ -157,8 +157,8 @@ class SCANMESH_API Edge {
   void inalize(int block_size, int block_capacity);
   void free();
 
-  /// A new edge between the two vertices, null when either is null. The vertices aren't touched: the
-  /// caller calls Vertex::insert_edge next.
+  /// A new edge between the two vertices, null when either is null. The vertices aren't touched:
+  /// the caller calls Vertex::insert_edge next.
   _edge* insert_edge(_vert* a, _vert* b);
   /// Appends the face to one edge; nothing happens for null arguments or a deleted edge.
   void insert_face(_edge* edge, _face* face);
@@ -194,12 +194,14 @@ class SCANMESH_API Face {
   void inalize(Vertex* vertices, Edge* edges, int block_size, int block_capacity);
   void free();
 
-  /// A new face. No list is touched: the caller calls Vertex::insert_face and Edge::insert_face next.
+  /// A new face. No list is touched: the caller calls Vertex::insert_face and Edge::insert_face
+  /// next.
   _face* insert_face(_vert* a, _vert* b, _vert* c, _edge* bc, _edge* ac, _edge* ab,
                      MemS::Point3v<float>& normal);
   _face* insert_face(_vert* const vert[3], _edge* const edge[3], MemS::Point3v<float>& normal);
 
-  /// Deletes a face; the last face of an edge takes the edge along, the last of a vertex the vertex.
+  /// Deletes a face; the last face of an edge takes the edge along, the last of a vertex the
+  /// vertex.
   void dele_face(_face* face);
   /// The same, but the corners stay live.
   void dele_face_nonmanifoldvert(_face* face);
@@ -209,7 +211,8 @@ class SCANMESH_API Face {
 
   /// Recomputes one normal, and turns the face to the side of its vertex normals.
   void refresh_vector(_face* face);
-  /// Makes the orientation consistent with the vertex normals, in at most six rounds after the first.
+  /// Makes the orientation consistent with the vertex normals, in at most six rounds after the
+  /// first.
   void check_vector();
   void sort_out_mem();
 

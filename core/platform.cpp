@@ -1,0 +1,124 @@
+#include "core/platform.h"
+
+#include <algorithm>
+#include <cmath>
+
+#if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+#else
+#include <pthread.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cstring>
+#endif
+
+namespace scanmesh {
+
+#if defined(_WIN32)
+
+int processor_count() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return std::max(1, static_cast<int>(info.dwNumberOfProcessors));
+}
+
+MemoryStatus memory_status() {
+  MEMORYSTATUSEX status;
+  status.dwLength = sizeof(status);
+  if (!GlobalMemoryStatusEx(&status)) return {};
+  return {status.ullTotalPhys, status.ullAvailPhys, status.ullTotalPageFile,
+          status.ullAvailPageFile};
+}
+
+void set_thread_affinity(std::thread& thread, uint64_t mask) {
+  if (mask == 0) return;
+  SetThreadAffinityMask(reinterpret_cast<HANDLE>(thread.native_handle()),
+                        static_cast<DWORD_PTR>(mask));
+}
+
+int64_t remaining_bytes(FILE* stream) {
+  const int64_t here = _ftelli64(stream);
+  if (here < 0 || _fseeki64(stream, 0, SEEK_END) != 0) return -1;
+  const int64_t end = _ftelli64(stream);
+  if (_fseeki64(stream, here, SEEK_SET) != 0) return -1;
+  return end < here ? 0 : end - here;
+}
+
+#else
+
+int processor_count() {
+  const long count = sysconf(_SC_NPROCESSORS_ONLN);
+  return count < 1 ? 1 : static_cast<int>(count);
+}
+
+namespace {
+
+// The value of one line of /proc/meminfo, in bytes; 0 when it isn't there.
+uint64_t memory_line(const char* text, const char* name) {
+  const char* const line = std::strstr(text, name);
+  unsigned long long kibibytes = 0;
+  if (line == nullptr || std::sscanf(line + std::strlen(name), "%llu", &kibibytes) != 1) return 0;
+  return kibibytes * 1024;
+}
+
+}  // namespace
+
+MemoryStatus memory_status() {
+  char text[4096] = {};
+  if (FILE* const file = std::fopen("/proc/meminfo", "r")) {
+    const std::size_t read = std::fread(text, 1, sizeof(text) - 1, file);
+    text[read] = 0;
+    std::fclose(file);
+  }
+  MemoryStatus status;
+  status.physical_total = memory_line(text, "MemTotal:");
+  status.physical_free = memory_line(text, "MemAvailable:");
+  status.page_total = status.physical_total + memory_line(text, "SwapTotal:");
+  status.page_free = status.physical_free + memory_line(text, "SwapFree:");
+  return status;
+}
+
+void set_thread_affinity(std::thread& thread, uint64_t mask) {
+  if (mask == 0) return;
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  for (int i = 0; i < 64; ++i) {
+    if ((mask >> i) & 1U) CPU_SET(static_cast<std::size_t>(i), &set);
+  }
+  pthread_setaffinity_np(thread.native_handle(), sizeof(set), &set);
+}
+
+int64_t remaining_bytes(FILE* stream) {
+  struct stat info;
+  if (fstat(fileno(stream), &info) != 0 || !S_ISREG(info.st_mode)) return -1;
+  const off_t here = ftello(stream);
+  if (here < 0) return -1;
+  return info.st_size < here ? 0 : static_cast<int64_t>(info.st_size - here);
+}
+
+#endif
+
+uint64_t worker_affinity_mask(uint64_t core_count) {
+  const uint64_t all = core_count >= 64 ? ~uint64_t{0} : (uint64_t{1} << core_count) - 1;
+  return all & ~uint64_t{3};
+}
+
+bool memory_suffices(const MemoryStatus& status) {
+  constexpr double kGibibyte = 1073741824.0;
+  const double physical = static_cast<double>(status.physical_total) / kGibibyte;
+  const double page = static_cast<double>(status.page_total) / kGibibyte;
+  // Equal totals mean that there is no page file, so that only free memory counts.
+  if (std::fabs(physical - page) < 0.2) {
+    return static_cast<double>(status.physical_free) / kGibibyte >= 0.5;
+  }
+  if (page <= 15.0) return true;
+  const double reserve = std::clamp(0.1 * page, 0.5, 1.5);
+  return static_cast<double>(status.page_free) / kGibibyte >= reserve;
+}
+
+}  // namespace scanmesh

@@ -1,0 +1,42 @@
+// Numbers as text, the same in every locale.
+#ifndef SCANMESH_CORE_TEXT_NUMBER_H
+#define SCANMESH_CORE_TEXT_NUMBER_H
+
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+
+namespace scanmesh {
+
+// One line of text, built without allocation. Room for a dozen numbers.
+class LineBuilder {
+ public:
+  // As "%f" prints it: six decimals.
+  LineBuilder& fixed(double value) {
+    if (std::isnan(value)) return text(std::signbit(value) ? "-nan" : "nan");
+    const auto result =
+        std::to_chars(end_, buffer_ + sizeof(buffer_), value, std::chars_format::fixed, 6);
+    end_ = result.ptr;
+    return *this;
+  }
+  LineBuilder& text(const char* words) {
+    const std::size_t length = std::strlen(words);
+    std::memcpy(end_, words, length);
+    end_ += length;
+    return *this;
+  }
+  const char* data() const { return buffer_; }
+  std::size_t size() const { return static_cast<std::size_t>(end_ - buffer_); }
+
+ private:
+  char buffer_[1024];
+  char* end_ = buffer_;
+};
+
+// Reads `count` numbers as "%f %f ..." would, whatever the locale; false when one is missing.
+bool parse_floats(const char* text, float* out, int count);
+
+}  // namespace scanmesh
+
+#endif  // SCANMESH_CORE_TEXT_NUMBER_H

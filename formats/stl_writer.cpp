@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "core/vector_math.h"
+#include "formats/binary_stream.h"
+#include "formats/stl_parsing.h"
+#include "scanmesh/mesh.h"
+
+namespace {
+
+// The comma is the full-width one. Zeros follow up to the 80 bytes of the header.
+constexpr char kHeaderText[] = "Created by Marunsen\xEF\xBC\x8CSTL Format";
+static_assert(sizeof(kHeaderText) <= scanmesh::kStlHeaderBytes, "the header holds the text");
+
+constexpr std::size_t kFacetsPerWrite = 4096;
+
+// A face that isn't finite is left out of count and facets alike, so that the count stays right.
+bool is_written(const Mesh_R::_face& face) {
+  return face.state != Mesh_R::kStateDeleted && scanmesh::finite(face.vector) &&
+         scanmesh::finite(face.vert[0]->point) && scanmesh::finite(face.vert[1]->point) &&
+         scanmesh::finite(face.vert[2]->point);
+}
+
+void store_point(const MemS::Point3v<float>& point, unsigned char* bytes) {
+  scanmesh::store_f32(point.x, bytes);
+  scanmesh::store_f32(point.y, bytes + 4);
+  scanmesh::store_f32(point.z, bytes + 8);
+}
+
+void append_facet(const Mesh_R::_face& face, std::vector<unsigned char>& buffer) {
+  const std::size_t at = buffer.size();
+  buffer.resize(at + scanmesh::kStlFacetBytes, 0);
+  unsigned char* const bytes = buffer.data() + at;
+  store_point(face.vector, bytes);
+  for (int i = 0; i < 3; ++i) store_point(face.vert[i]->point, bytes + 12 * (i + 1));
+}
+
+}  // namespace
+
+namespace Mesh_R {
+
+void Face::output(FILE* stream) {
+  if (stream == nullptr) stream = std::fopen("tex.stl", "wb");
+  if (stream == nullptr) return;
+  int32_t count = 0;
+  const int total = records.size();
+#pragma omp parallel for reduction(+ : count)
+  for (int i = 0; i < total; ++i) count += is_written(records[i]) ? 1 : 0;
+
+  unsigned char head[scanmesh::kStlHeaderBytes + 4] = {};
+  std::copy(std::begin(kHeaderText), std::end(kHeaderText), head);
+  scanmesh::store_u32(static_cast<uint32_t>(count), head + scanmesh::kStlHeaderBytes);
+  std::fwrite(head, 1, sizeof(head), stream);
+
+  std::vector<unsigned char> buffer;
+  buffer.reserve(kFacetsPerWrite * scanmesh::kStlFacetBytes);
+  for (int i = 0; i < total; ++i) {
+    if (is_written(records[i])) append_facet(records[i], buffer);
+    if (buffer.size() == kFacetsPerWrite * scanmesh::kStlFacetBytes || i + 1 == total) {
+      std::fwrite(buffer.data(), 1, buffer.size(), stream);
+      buffer.clear();
+    }
+  }
+  std::fflush(stream);
+  std::fclose(stream);
+}
+
+}  // namespace Mesh_R
+
+namespace Mesh_M {
+
+void Mesh::output_STL(const char* path) {
+  // Passed on unchecked: a path that can't be opened writes "tex.stl", so that a scan isn't lost.
+  face.output(path == nullptr ? nullptr : std::fopen(path, "wb"));
+}
+
+}  // namespace Mesh_M
