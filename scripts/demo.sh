@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Repairs a scan from end to end.
+#   demo.sh                    scans the Stanford bunny virtually, repairs the scan, measures the repair
+#   demo.sh SCAN.stl [OUT.stl] repairs a file of yours, binary or ASCII
+# Options of repair_scan may follow, --longest-ring N for instance.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${SCANMESH_BUILD_ROOT:-$root/build}/demo
+out=$build/out
+archive=/usr/share/doc/libcgal-dev/data.tar.gz
+
+files=()
+while [[ $# -gt 0 && $1 != --* ]]; do
+  files+=("$1")
+  shift
+done
+if [[ ${#files[@]} -gt 2 ]]; then
+  echo "usage: demo.sh [SCAN.stl [OUT.stl]] [options of repair_scan]" >&2
+  exit 2
+fi
+if [[ ${#files[@]} -gt 0 && ! -r ${files[0]} ]]; then
+  echo "demo.sh: ${files[0]} can't be read" >&2
+  exit 1
+fi
+
+"$root/scripts/setup.sh"
+
+echo "Building in $build"
+mkdir -p "$out"
+log=$build/build.log
+if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF &&
+       cmake --build "$build" -j "$(nproc)" --target make_scan repair_scan; } >"$log" 2>&1; then
+  tail -n 40 "$log" >&2
+  exit 1
+fi
+
+if [[ ${#files[@]} -gt 0 ]]; then
+  scan=${files[0]}
+  result=${files[1]:-$out/$(basename "${scan%.*}")_repaired.stl}
+  "$build/examples/repair_scan" "$scan" "$result" "$@"
+else
+  scan=$out/bunny_scan.stl
+  result=$out/bunny_repaired.stl
+  if [[ ! -f $out/bunny00.off ]]; then
+    tar -xzf "$archive" -C "$out" --strip-components=2 data/meshes/bunny00.off
+  fi
+  "$build/examples/make_scan" "$out/bunny00.off" "$scan" --truth "$out/bunny_truth.off"
+  "$build/examples/repair_scan" "$scan" "$result" --truth "$out/bunny_truth.off" "$@"
+fi
+echo
+echo "Scan:     $scan"
+echo "Repaired: $result"
