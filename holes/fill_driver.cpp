@@ -16,8 +16,8 @@ struct ScaleRow {
   int rings;
   int smooth;
 };
-constexpr ScaleRow kAnchorRows[] = {{0.1, 35, 25}, {0.21, 15, 15}, {0.41, 6, 3},
-                                    {0.61, 4, 2},  {10.0, 3, 1}};
+constexpr ScaleRow kAnchorRows[] = {
+    {0.1, 35, 25}, {0.21, 15, 15}, {0.41, 6, 3}, {0.61, 4, 2}, {10.0, 3, 1}};
 constexpr ScaleRow kAnchorRest = {0, 0, 3};
 constexpr ScaleRow kSurroundRows[] = {{0.3, 6, 8}, {0.61, 3, 2}, {10.0, 2, 1}};
 
@@ -89,11 +89,11 @@ constexpr int kPatchRelaxations = 10;
 // What both procedures begin with.
 struct Opening {
   std::vector<_edge*> edges;
-  int first_face = 0;              // face slots from here on are new
+  int first_face = 0;  // face slots from here on are new
   double perimeter = 0;
   FillScale scale{};
-  std::vector<_vert*> around;      // the neighbourhood
-  std::vector<_vert*> base;        // its thinned form, on which the anchors stand
+  std::vector<_vert*> around;  // the neighbourhood
+  std::vector<_vert*> base;    // its thinned form, on which the anchors stand
 };
 
 Opening open_fill(Hole& finder, float f, _hole* hole, int rings3) {
@@ -107,8 +107,7 @@ Opening open_fill(Hole& finder, float f, _hole* hole, int rings3) {
   }
   opening.scale = scanmesh::fill_scale(f);
   opening.around = scanmesh::vertices_around(hole, opening.scale.rings);
-  opening.base =
-      scanmesh::thinned(opening.around, scanmesh::anchor_stride(opening.around.size()));
+  opening.base = scanmesh::thinned(opening.around, scanmesh::anchor_stride(opening.around.size()));
   if (opening.base.size() < kFewestAnchors) {
     opening.base = scanmesh::thinned(scanmesh::vertices_around(hole, rings3 + 1), 2);
   }
@@ -127,8 +126,7 @@ std::vector<Vec3f> make_anchors(const std::vector<_vert*>& verts) {
   anchors.reserve(2 * verts.size());
   for (const _vert* vert : verts) anchors.push_back(vert->point);
   for (const _vert* vert : verts) {
-    anchors.push_back(
-        scanmesh::add(vert->point, scanmesh::scaled(vert->vector, kAnchorOffset)));
+    anchors.push_back(scanmesh::add(vert->point, scanmesh::scaled(vert->vector, kAnchorOffset)));
   }
   return anchors;
 }
@@ -216,9 +214,9 @@ void Hole::fill_Hole_Num(float f, int hole, int rings3) {
   _hole* const ring = holes[hole];
   if (ring == nullptr || ring->edges->size() < 1) return;
   Opening opening = open_fill(*this, f, ring, rings3);
-  // The patch maker needs no anchors, so the neighbourhood isn't smoothed for them, nor is the second
-  // neighbourhood collected, which lies within the first. What hosts see of the search is that the
-  // normals of its base have unit length.
+  // The patch maker needs no anchors, so the neighbourhood isn't smoothed for them, nor is the
+  // second neighbourhood collected, which lies within the first. What hosts see of the search is
+  // that the normals of its base have unit length.
   normalize_normals(opening.base);
   const int n = static_cast<int>(opening.edges.size());
   MinmumAngleWaveFront(opening.edges.data(), n, static_cast<float>(opening.perimeter / n), nullptr,

@@ -9,11 +9,12 @@
 
 namespace scanmesh {
 
-// How far around the hole to look (in rings of vertices), and how often to relax what is found there.
+// How far around the hole to look (in rings of vertices), and how often to relax what is found
+// there.
 struct FillScale {
-  int rings;    // for the anchors
+  int rings;  // for the anchors
   int smooth;
-  int rings2;   // for the surroundings that stay moved
+  int rings2;  // for the surroundings that stay moved
   int smooth2;
 };
 

@@ -28,10 +28,6 @@ void rbf_solve(RbfContext& context, const Vec3f* points, int count, Vec3f* posit
 void rbf_newton_step(RbfContext& context, Vec3f& result, const Vec3f* points, const double* weights,
                      Vec3f p);
 
-// Inverts a size x size matrix by rows in place, with full pivoting; false, with the matrix spoilt,
-// when a pivot is below 1e-9 in magnitude.
-bool invert_matrix(double* a, int size);
-
 }  // namespace scanmesh
 
 #endif  // SCANMESH_HOLES_RBF_PROJECTION_H

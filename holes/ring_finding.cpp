@@ -36,8 +36,8 @@ bool opens_a_walk(const _edge& edge) {
   return edge.face_num == 1 && edge.state != kStateDeleted && edge.state != kStateOnePass;
 }
 
-// The numbers of all open edges in store order. Only the scan is shared among threads; walking while
-// others scan would race on the marks, and walking takes a small part of the time.
+// The numbers of all open edges in store order. Only the scan is shared among threads; walking
+// while others scan would race on the marks, and walking takes a small part of the time.
 std::vector<std::vector<int>> open_edges(Edge& edges) {
   const int threads = scanmesh::processor_count();
   const int count = edges.get_edgenum();
@@ -54,7 +54,8 @@ std::vector<std::vector<int>> open_edges(Edge& edges) {
   return found;
 }
 
-// Drops what isn't a ring and cuts what passes a vertex twice. `scratch` keeps its room between rings.
+// Drops what isn't a ring and cuts what passes a vertex twice. `scratch` keeps its room between
+// rings.
 void check_ring(Hole& finder, _hole* ring, std::vector<_edge*>& scratch) {
   const auto length = static_cast<std::size_t>(ring->edges->size());
   if (scratch.size() < length) scratch.resize(length);
@@ -80,7 +81,9 @@ void build_one(Hole& finder, _edge* start, Walk walk) {
 
 Hole::Hole() = default;
 
-Hole::~Hole() { free(); }
+Hole::~Hole() {
+  free();
+}
 
 void Hole::inalize(int blockSize, int tableSize) {
   holes.inalize(blockSize, tableSize);
@@ -102,11 +105,17 @@ void Hole::free() {
   hole_count = 0;
 }
 
-void Hole::getEdge(Edge* edges) { edge_store = edges; }
+void Hole::getEdge(Edge* edges) {
+  edge_store = edges;
+}
 
-void Hole::getFace(Face* faces) { face_store = faces; }
+void Hole::getFace(Face* faces) {
+  face_store = faces;
+}
 
-void Hole::getVertex(Vertex* vertices) { vert_store = vertices; }
+void Hole::getVertex(Vertex* vertices) {
+  vert_store = vertices;
+}
 
 void Hole::build_hole() {
   clear_rings(*this);

@@ -54,8 +54,7 @@ int fit_hole_plane(const double (*points)[3], int n, double out[3]) {
   Svd_Decompose(a.row, 4, 4, w, v.row);
   const int column = least_column(w, n);
   const double e[3] = {v.entry[0][column], v.entry[1][column], v.entry[2][column]};
-  const double h =
-      v.entry[3][column] - (e[0] * center[0] + e[1] * center[1] + e[2] * center[2]);
+  const double h = v.entry[3][column] - (e[0] * center[0] + e[1] * center[1] + e[2] * center[2]);
   const bool off_origin = std::fabs(h) > kThroughOrigin;
   for (int k = 0; k < 3; ++k) out[k] = off_origin ? e[k] / h : e[k];
   return off_origin ? 1 : 0;
@@ -94,7 +93,9 @@ SmallestValue::SmallestValue(const std::vector<double>& values)
   for (std::size_t node = leaves_ - 1; node > 0; --node) pull_up(node);
 }
 
-int SmallestValue::smallest() const { return tree_[1].place; }
+int SmallestValue::smallest() const {
+  return tree_[1].place;
+}
 
 void SmallestValue::pull_up(std::size_t node) {
   const Entry& left = tree_[2 * node];

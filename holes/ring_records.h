@@ -15,8 +15,8 @@ Mesh_R::_hole* append_ring(Mesh_R::Hole& finder);
 // Pushes an edge and counts it; the edge's mark is the caller's business.
 void push_ring_edge(Mesh_R::Hole& finder, Mesh_R::_hole* ring, Mesh_R::_edge* edge);
 
-// Empties the ring's cell and frees the record. The cell stays in the list and in the hole count, so
-// that the numbers of later rings hold.
+// Empties the ring's cell and frees the record. The cell stays in the list and in the hole count,
+// so that the numbers of later rings hold.
 void destroy_ring(Mesh_R::_hole* ring);
 
 std::vector<Mesh_R::_edge*> ring_edges(const Mesh_R::_hole* ring);

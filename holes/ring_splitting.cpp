@@ -13,7 +13,9 @@ using scanmesh::far_end;
 using scanmesh::touches;
 
 // Two sheets meet at a vertex with two more edges than faces.
-bool is_junction(const _vert* vert) { return vert->edge_num - vert->face_num >= 2; }
+bool is_junction(const _vert* vert) {
+  return vert->edge_num - vert->face_num >= 2;
+}
 
 int open_edge_count(const _vert* vert) {
   int count = 0;
@@ -88,8 +90,8 @@ class RingSplitter {
     edges_[i]->state = kStateTaken;
   }
 
-  // A ring that stands uses up open edges of the junctions on it. The first of its edges also strikes
-  // out every junction that had too few from the start, wherever it lies.
+  // A ring that stands uses up open edges of the junctions on it. The first of its edges also
+  // strikes out every junction that had too few from the start, wherever it lies.
   void settle(const std::vector<int>& taken) {
     for (_vert* vert : spent_) open_.erase(vert);
     spent_.clear();
@@ -128,10 +130,10 @@ class RingSplitter {
   Hole& finder_;
   _edge** edges_;
   int n_;
-  _hole* walked_;                        // null once a loop was cut off
-  std::unordered_map<_vert*, int> open_; // junctions passed, with the open edges they have left
-  std::vector<_vert*> spent_;            // junctions that the next standing ring strikes out
-  std::vector<int> below_;               // place i + 1 stands for edge i; see last_unsettled
+  _hole* walked_;                         // null once a loop was cut off
+  std::unordered_map<_vert*, int> open_;  // junctions passed, with the open edges they have left
+  std::vector<_vert*> spent_;             // junctions that the next standing ring strikes out
+  std::vector<int> below_;                // place i + 1 stands for edge i; see last_unsettled
 };
 
 }  // namespace

@@ -25,8 +25,8 @@ _hole* begin_ring(Hole& finder, _edge* start) {
   return ring;
 }
 
-// The first open edge that leads on from the pivot. A non-manifold edge serves as a way through only
-// where no open edge offers itself.
+// The first open edge that leads on from the pivot. A non-manifold edge serves as a way through
+// only where no open edge offers itself.
 _edge* next_open_edge(const _vert* pivot, const _edge* current) {
   _edge* way_through = nullptr;
   for (int i = 0; i < pivot->edge_num; ++i) {
@@ -109,12 +109,11 @@ _hole* walk_fans(Hole& finder, _edge* start, Ends ends_at) {
   return ring;
 }
 
-// How far a rim edge runs towards the reference. The lengths are added, not multiplied: the choice of
-// a rim at a fork depends on this form.
+// How far a rim edge runs towards the reference. The lengths are added, not multiplied: the choice
+// of a rim at a fork depends on this form.
 double advance(const _vert* pivot, const _vert* far, const Vec3f& towards) {
   const Vec3f step = scanmesh::sub(far->point, pivot->point);
-  return scanmesh::dot_double(towards, step) /
-         (scanmesh::length(step) + scanmesh::length(towards));
+  return scanmesh::dot_double(towards, step) / (scanmesh::length(step) + scanmesh::length(towards));
 }
 
 // The rim edge that leads on, chosen among at most two; its far vertex loses its candidate mark.
@@ -131,8 +130,7 @@ _edge* next_trim_edge(const _edge* current, const _vert* pivot, const float* ref
   if (count < 1 || count > 2) return nullptr;
   _edge* chosen = candidates[0];
   if (count == 2) {
-    const Vec3f towards =
-        scanmesh::sub({reference[0], reference[1], reference[2]}, pivot->point);
+    const Vec3f towards = scanmesh::sub({reference[0], reference[1], reference[2]}, pivot->point);
     const double first = advance(pivot, far_end(candidates[0], pivot), towards);
     const double second = advance(pivot, far_end(candidates[1], pivot), towards);
     if (!(first > second)) chosen = candidates[1];
@@ -155,7 +153,9 @@ void compact_hole_edges(_hole* ring) {
 
 }  // namespace
 
-_hole* Hole::gethole(_edge* start) { return walk_vertex_lists(*this, start, kWalkLimit); }
+_hole* Hole::gethole(_edge* start) {
+  return walk_vertex_lists(*this, start, kWalkLimit);
+}
 
 // A longer ring stays open, and check_hole_reasonable throws it away: that is the size filter.
 _hole* Hole::gethole_smallHole(_edge* start, int limit) {

@@ -17,10 +17,12 @@ struct Triple {
   _vert* vert[3];
 };
 
-bool in_ring(int i, int n) { return i >= 0 && i < n; }
+bool in_ring(int i, int n) {
+  return i >= 0 && i < n;
+}
 
-// Small fills aren't listed, so they can't be revoked. The normal of the first corner stands in until
-// the caller refreshes it.
+// Small fills aren't listed, so they can't be revoked. The normal of the first corner stands in
+// until the caller refreshes it.
 void add_small_face(Hole& finder, _vert* a, _vert* b, _vert* c) {
   Vertex& verts = *finder.vert_store;
   Edge& edges = *finder.edge_store;
@@ -43,7 +45,9 @@ _vert* (*take_faces(Face& store, const _vert* vert, _vert* (*out)[3]))[3] {
   return out;
 }
 
-bool is_deleted(const _vert* vert) { return vert->state == kStateDeleted; }
+bool is_deleted(const _vert* vert) {
+  return vert->state == kStateDeleted;
+}
 
 // Every open edge across from the pair gets a face to the new vertex, before the old faces go: the
 // rim keeps its vertices alive.
@@ -123,9 +127,9 @@ void Hole::add_new_face(_vert* a, _vert* b, _vert* c) {
 void Hole::MergeTwoV_One(_vert* a, _vert* b, _vert* c, _vert* (*buffer)[3]) {
   tie_rim(*this, a, a, b, c);
   tie_rim(*this, b, a, b, c);
-  _vert* (*end)[3] = take_faces(*face_store, a, buffer);
+  _vert*(*end)[3] = take_faces(*face_store, a, buffer);
   end = take_faces(*face_store, b, end);
-  for (_vert* (*triple)[3] = buffer; triple != end; ++triple) {
+  for (_vert*(*triple)[3] = buffer; triple != end; ++triple) {
     _vert** const corner = *triple;
     int first = 0;
     while (first < 3 && !is_deleted(corner[first])) ++first;

@@ -18,9 +18,9 @@ using scanmesh::Vec3f;
 
 constexpr double kPi = 3.141592653589793;
 
-// Moves the ring and its neighbours along the plane's normal, remembering where they were. The normal
-// isn't of unit length, so this is no orthogonal projection, and a ring vertex that an earlier one has
-// reached doesn't pass on to its own neighbours; patches are shaped by both.
+// Moves the ring and its neighbours along the plane's normal, remembering where they were. The
+// normal isn't of unit length, so this is no orthogonal projection, and a ring vertex that an
+// earlier one has reached doesn't pass on to its own neighbours; patches are shaped by both.
 class Flattening {
  public:
   explicit Flattening(const std::vector<_vert*>& ring) {
@@ -167,9 +167,9 @@ class Clipper {
 
   Hole& finder_;
   const std::vector<_vert*>& ring_;
-  scanmesh::SmallestValue angles_;            // by live position
+  scanmesh::SmallestValue angles_;  // by live position
   std::vector<int> pos_to_ring_;
-  std::vector<int> ring_to_pos_;              // -1 once clipped
+  std::vector<int> ring_to_pos_;  // -1 once clipped
   std::unordered_map<const _vert*, int> number_;
 };
 
