@@ -82,7 +82,8 @@ void ReadAsciiStl(benchmark::State& state) {
     }
     mesh.inalize_mesh();
   }
-  state.SetItemsProcessed(static_cast<long>(state.iterations() * triangles.size()));
+  state.SetItemsProcessed(static_cast<long>(state.iterations()) *
+                          static_cast<long>(triangles.size()));
 }
 BENCHMARK(ReadAsciiStl)->Arg(10000)->Unit(benchmark::kMillisecond);
 
