@@ -1,0 +1,35 @@
+// What the two fill procedures share, and the relaxations that they use.
+#ifndef SCANMESH_HOLES_FILL_DRIVER_H
+#define SCANMESH_HOLES_FILL_DRIVER_H
+
+#include <vector>
+
+#include "core/vector_math.h"
+#include "scanmesh/hole.h"
+
+namespace scanmesh {
+
+// How far around the hole to look (in rings of vertices), and how often to relax what is found
+// there.
+struct FillScale {
+  int rings;  // for the anchors
+  int smooth;
+  int rings2;  // for the surroundings that stay moved
+  int smooth2;
+};
+
+// `f` is half of the scan's spacing, mesh units.
+FillScale fill_scale(float f);
+
+// The step at which vertices of a neighbourhood become anchors, so that there are about 300 in all.
+int anchor_stride(std::size_t vertices);
+
+// Moves every vertex to the mean of its neighbours, all at once, `iterations` times.
+void laplacian_hole_vert(const std::vector<Mesh_R::_vert*>& verts, int iterations);
+
+// The mean of the far ends of the vertex's edges, summed in double; its own place when it has none.
+Vec3f neighbour_mean(const Mesh_R::_vert* vert);
+
+}  // namespace scanmesh
+
+#endif  // SCANMESH_HOLES_FILL_DRIVER_H
