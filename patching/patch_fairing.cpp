@@ -22,7 +22,7 @@ constexpr double most_reach = 3.0;
 // Steps shorter than this share of the way aren't worth taking.
 constexpr double least_step = 0.2;
 // A round that leaves more than this share of the bending is the last.
-constexpr double settled_ratio = 0.95;
+constexpr double settled_ratio = 0.8;
 // A guide for the fairing, not a result: a rough solution does.
 constexpr double spread_tolerance = 1e-4;
 // Rows of the region beyond the ring whose curvature counts.
