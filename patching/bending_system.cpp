@@ -12,21 +12,17 @@ constexpr double least_weight = 0.02;
 constexpr double most_weight = 20.0;
 constexpr double least_area = 1e-3;
 
-// Rows of region vertices whose whole neighbourhood is taken in.
-constexpr int region_rows = 2;
-
 double half_cotangent(const Point& apex, const Point& a, const Point& b) {
   const Point u = a - apex;
   const Point v = b - apex;
   return 0.5 * u.dot(v) / std::max(u.cross(v).norm(), 1e-9);
 }
 
-// Row numbers of the region's vertices, counted from the ring; more than region_rows + 1 is far.
-std::vector<int> rows_from_ring(const Surroundings& around) {
-  constexpr int far = region_rows + 2;
-  std::vector<int> row(around.points.size(), far);
+// Row numbers of the region's vertices, counted from the ring; all far ones count as rows + 2.
+std::vector<int> rows_from_ring(const Surroundings& around, int rows) {
+  std::vector<int> row(around.points.size(), rows + 2);
   std::fill(row.begin(), row.begin() + around.ring_size, 0);
-  for (int step = 0; step <= region_rows; ++step) {
+  for (int step = 0; step <= rows; ++step) {
     for (const Triangle& f : around.faces) {
       if (std::min({row[f[0]], row[f[1]], row[f[2]]}) != step) continue;
       for (const int v : f) row[v] = std::min(row[v], step + 1);
@@ -37,18 +33,18 @@ std::vector<int> rows_from_ring(const Surroundings& around) {
 
 }  // namespace
 
-JoinedSurface join_to_region(const Surroundings& around, const PatchMesh& patch) {
+JoinedSurface join_to_region(const Surroundings& around, const PatchMesh& patch, int rows) {
   JoinedSurface whole;
   whole.ring_size = around.ring_size;
   whole.patch_size = patch.point_count();
   whole.points = patch.points();
   whole.faces = patch.triangles();
   whole.patch_faces = whole.faces.size();
-  const std::vector<int> row = rows_from_ring(around);
+  const std::vector<int> row = rows_from_ring(around, rows);
   std::vector<int> number(around.points.size(), -1);
   for (int i = 0; i < around.ring_size; ++i) number[i] = i;
   for (const Triangle& face : around.faces) {
-    if (std::min({row[face[0]], row[face[1]], row[face[2]]}) > region_rows) continue;
+    if (std::min({row[face[0]], row[face[1]], row[face[2]]}) > rows) continue;
     Triangle mapped{};
     for (int k = 0; k < 3; ++k) {
       int& v = number[face[k]];

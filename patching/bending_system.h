@@ -27,7 +27,8 @@ struct JoinedSurface {
   bool is_free(int v) const { return v >= ring_size && v < patch_size; }
 };
 
-JoinedSurface join_to_region(const Surroundings& around, const PatchMesh& patch);
+// Takes in every region face that touches the ring or one of that many rows of vertices beyond it.
+JoinedSurface join_to_region(const Surroundings& around, const PatchMesh& patch, int rows);
 
 // Edge weights and areas of a joined surface. The Laplacian of x at v is the sum of
 // weights(v, j) (x_j - x_v) over the neighbours, divided by area[v].

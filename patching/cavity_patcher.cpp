@@ -18,7 +18,10 @@ constexpr int status_refused = -1;
 
 // Wanted edge length per distance from the ring, while the large shape is found.
 constexpr double coarse_growth = 0.9;
-constexpr int coarse_rounds = 4;
+constexpr int small_rounds = 2;
+// Patches that come out smaller than this go without the coarse stage.
+constexpr double least_dense_count = 20.0;
+constexpr int coarse_rounds = 3;
 constexpr int dense_rounds = 1;
 
 // Triangles up to this length of normal have none; hosts expect the z axis for them.
@@ -52,6 +55,11 @@ cavity::PatchMesh close_ring(const cavity::Surroundings& around) {
 void shape_patch(const cavity::Surroundings& around, cavity::PatchMesh& patch) {
   cavity::split_taken_chords(around, patch);
   cavity::EdgeLengths lengths(around, patch);
+  if (lengths.dense_count() < least_dense_count) {
+    cavity::refine_patch(patch, lengths);
+    cavity::fair_patch(around, cavity::Start::from_nothing, small_rounds, patch);
+    return;
+  }
   lengths.set_growth(std::max(lengths.bounded_growth(), coarse_growth));
   cavity::refine_patch(patch, lengths);
   cavity::fair_patch(around, cavity::Start::from_nothing, coarse_rounds, patch);

@@ -22,9 +22,11 @@ constexpr double most_reach = 3.0;
 // Steps shorter than this share of the way aren't worth taking.
 constexpr double least_step = 0.2;
 // A round that leaves more than this share of the bending is the last.
-constexpr double settled_ratio = 0.95;
+constexpr double settled_ratio = 0.8;
 // A guide for the fairing, not a result: a rough solution does.
 constexpr double spread_tolerance = 1e-4;
+// Rows of the region beyond the ring whose curvature counts.
+constexpr int curvature_rows = 2;
 // Passes of (1/4, 1/2, 1/4) along the ring that calm the curvature of a noisy region.
 constexpr int curvature_passes = 8;
 
@@ -266,11 +268,12 @@ void move_free_points(const Coordinates& solution, JoinedSurface& surface) {
 }
 
 // Mean curvature wanted at each patch vertex; empty where the region doesn't say.
-std::vector<double> wanted_curvature(const State& state) {
-  const std::vector<double> on_ring =
-      ring_curvature(state.surface, state.laplacian, vertex_normals(state.surface));
+std::vector<double> wanted_curvature(const Surroundings& around, const PatchMesh& patch) {
+  const JoinedSurface surface = join_to_region(around, patch, curvature_rows);
+  const Laplacian laplacian = build_laplacian(surface, Weights::cotangent);
+  const std::vector<double> on_ring = ring_curvature(surface, laplacian, vertex_normals(surface));
   if (on_ring.empty()) return {};
-  return spread_from_ring(state.surface, state.laplacian, on_ring);
+  return spread_from_ring(surface, laplacian, on_ring);
 }
 
 // Solves for least bending and forgets where the free vertices were.
@@ -280,7 +283,6 @@ bool start_flat(const Surroundings& around, Weights kind, BendingProblem& proble
   const Coordinates solution = problem.solve(Coordinates::Zero(state.surface.patch_size, 3));
   if (!within_reach(around, solution)) return false;
   move_free_points(solution, state.surface);
-  state.laplacian = build_laplacian(state.surface, Weights::cotangent);
   return true;
 }
 
@@ -303,25 +305,33 @@ void carry_curvature(const Surroundings& around, const std::vector<double>& curv
   }
 }
 
+void take_points(const JoinedSurface& surface, PatchMesh& patch) {
+  for (int v = patch.ring_size(); v < patch.point_count(); ++v) {
+    patch.move_point(v, surface.points[v]);
+  }
+}
+
 }  // namespace
 
 void fair_patch(const Surroundings& around, Start start, int rounds, PatchMesh& patch) {
   if (patch.point_count() == patch.ring_size()) return;
   BendingProblem problem;
   State state;
-  state.surface = join_to_region(around, patch);
-  state.laplacian = build_laplacian(state.surface, Weights::cotangent);
+  state.surface = join_to_region(around, patch, 0);
   std::vector<double> curvature;
-  if (start == Start::from_shape) curvature = wanted_curvature(state);
-  if (curvature.empty() && !start_flat(around, Weights::cotangent, problem, state) &&
-      !start_flat(around, Weights::uniform, problem, state)) {
-    return;
+  if (start == Start::from_shape) curvature = wanted_curvature(around, patch);
+  if (curvature.empty()) {
+    if (!start_flat(around, Weights::cotangent, problem, state) &&
+        !start_flat(around, Weights::uniform, problem, state)) {
+      return;
+    }
+    take_points(state.surface, patch);
   }
-  if (start == Start::from_nothing) curvature = wanted_curvature(state);
-  if (!curvature.empty()) carry_curvature(around, curvature, rounds, problem, state);
-  for (int v = patch.ring_size(); v < patch.point_count(); ++v) {
-    patch.move_point(v, state.surface.points[v]);
-  }
+  if (start == Start::from_nothing) curvature = wanted_curvature(around, patch);
+  if (curvature.empty()) return;
+  state.laplacian = build_laplacian(state.surface, Weights::cotangent);
+  carry_curvature(around, curvature, rounds, problem, state);
+  take_points(state.surface, patch);
 }
 
 }  // namespace cavity

@@ -341,6 +341,28 @@ TEST(CavityPatcher, Random_rings_and_regions_give_sound_patches) {
   }
 }
 
+TEST(CavityPatcher, Extreme_coordinates_do_no_harm) {
+  for (const double scale : {1e-200, 1e-30, 1e30, 1e150, 1e300}) {
+    SCOPED_TRACE(scale);
+    Hole hole = wavy_disc(3.0);
+    for (double& v : hole.ring) v *= scale;
+    Hole far = hole;  // the region elsewhere, at another size
+    for (double& v : hole.region) v *= scale;
+    for (const Hole& h : {hole, far, bare(circle(30, scale))}) {
+      const Patch patch = fill(h);
+      if (patch.status < 0) {
+        EXPECT_TRUE(patch.vertices.empty() && patch.faces.empty());
+        continue;
+      }
+      EXPECT_GE(patch.faces.size() + 2, static_cast<std::size_t>(h.ring_size()));
+      for (const MyPoint3& p : patch.vertices) {
+        EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z));
+      }
+      for (const MyPoint3& n : patch.normals) EXPECT_NEAR(norm(n), 1.0, 1e-9);
+    }
+  }
+}
+
 TEST(CavityPatcher, Same_input_gives_the_same_bits) {
   const Hole hole = wavy_disc(6.0);
   const Patch first = fill(hole);
