@@ -3,6 +3,7 @@
 #   setup.sh             to build, run the demo and run the tests
 #   setup.sh --check     also what scripts/check.sh uses
 #   setup.sh --render    also what scripts/render.sh uses
+#   setup.sh --windows    also the cross compiler that scripts/check.sh windows uses
 #   setup.sh --peers     also the mesh libraries that bench/peers compares with
 set -euo pipefail
 
@@ -11,6 +12,7 @@ packages=(cmake make g++ ccache libeigen3-dev libopencv-core-dev libgtest-dev li
 for option in "$@"; do
   case "$option" in
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
+    --windows) packages+=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev) ;;
     --render) packages+=(povray) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
                         libassimp-dev pkg-config) ;;
