@@ -21,8 +21,8 @@ constexpr double most_region_say = 1.3;
 
 // Interior points up to which the density of the ring is kept all over; beyond, edges grow with the
 // distance from the ring so that the cost stays bounded.
-constexpr double dense_points = 24000.0;
-constexpr double points_per_ring_edge = 8.0;
+constexpr double dense_points = 12000.0;
+constexpr double points_per_ring_edge = 6.0;
 
 struct LongEdge {
   double excess;
