@@ -16,7 +16,7 @@ int usage() {
   std::fputs(
       "usage: make_scan SURFACE.off SCAN.stl [options]\n"
       "  --truth FILE.off  also write the undamaged surface, in the scan's millimetres\n"
-      "  --seed N          another scan of the same object (default 1)\n"
+      "  --seed N          another scan of the same object (default 3)\n"
       "  --split N         split every face in four first, N times (default 0)\n",
       stderr);
   return 2;

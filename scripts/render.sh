@@ -50,12 +50,12 @@ light_source { <420, 120, -260> color rgb <0.26, 0.3, 0.36> shadowless }
     Body
     texture { Outside }
     interior_texture { Inside }
-    rotate y * 222
+    rotate y * -14
     translate <X, 0, 0>
   }
 #end
-Show(scan_mesh, -114)
-Show(repaired_mesh, 82)
+Show(scan_mesh, -101)
+Show(repaired_mesh, 95)
 SCENE
 (cd "$work" && povray +Iscene.pov "+O$picture" +W1500 +H680 +A0.1 +AM2 +R3 -D -GA >povray.log 2>&1) || {
   tail -n 20 "$work/povray.log" >&2

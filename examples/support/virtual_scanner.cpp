@@ -174,7 +174,7 @@ Scan scan_surface(const Surface& surface, const ScanSettings& settings) {
   add_noise(body, normals, settings.noise, random);
   for (const int tip : plan.spikes) {
     Vec3& p = body.points[at(tip)];
-    p = p + normals[at(tip)] * random.uniform(2.5 * edge, 6 * edge);
+    p = p + normals[at(tip)] * random.uniform(2 * edge, 4.5 * edge);
     scan.spikes.push_back(p);
   }
   for (const int seed : plan.patches) {

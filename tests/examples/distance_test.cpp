@@ -54,7 +54,8 @@ TEST(NearestTriangle, AgreesWithAskingEveryTriangle) {
 }
 
 TEST(NearestTriangle, NoTrianglesAreInfinitelyFar) {
-  EXPECT_TRUE(std::isinf(demo::NearestTriangle(std::vector<demo::Triangle>{}).distance_to({0, 0, 0})));
+  EXPECT_TRUE(
+      std::isinf(demo::NearestTriangle(std::vector<demo::Triangle>{}).distance_to({0, 0, 0})));
 }
 
 TEST(Deviation, IsTakenAtCornersAndCentroids) {
@@ -68,7 +69,8 @@ TEST(Deviation, IsTakenAtCornersAndCentroids) {
 }
 
 TEST(Deviation, OfNothingIsZero) {
-  const demo::Deviation d = demo::deviation({}, demo::NearestTriangle(std::vector<demo::Triangle>{}));
+  const demo::Deviation d =
+      demo::deviation({}, demo::NearestTriangle(std::vector<demo::Triangle>{}));
   EXPECT_EQ(d.samples, 0u);
   EXPECT_EQ(d.rms, 0);
 }
