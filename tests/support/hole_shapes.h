@@ -65,12 +65,22 @@ inline Soup annulus(int n, float inner, float outer) {
   return soup;
 }
 
-// The cell of the shortest ring.
+inline double perimeter(const Mesh_R::_hole* ring) {
+  double sum = 0;
+  for (const Mesh_R::_edge* edge : edges_of(ring)) {
+    const Vec3f& a = edge->vert[0]->point;
+    const Vec3f& b = edge->vert[1]->point;
+    sum += std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+  }
+  return sum;
+}
+
+// The cell of the ring with the smallest perimeter.
 inline int shortest_ring(Mesh_M::Mesh& mesh) {
   int best = -1;
   for (int i = 0; i < mesh.get_hole_num(); ++i) {
     if (mesh.hole[i] == nullptr) continue;
-    if (best < 0 || mesh.hole[i]->edges->size() < mesh.hole[best]->edges->size()) best = i;
+    if (best < 0 || perimeter(mesh.hole[i]) < perimeter(mesh.hole[best])) best = i;
   }
   return best;
 }
