@@ -19,7 +19,9 @@ if(SCANMESH_IS_TOP AND BUILD_TESTING)
   add_library(scanmesh_internal STATIC ${scanmesh_objects})
   target_link_libraries(scanmesh_internal PUBLIC OpenMP::OpenMP_CXX Threads::Threads Eigen3::Eigen
     scanmesh_flags)
+  configure_file(${scanmesh_SOURCE_DIR}/cmake/internal.h.in
+    ${scanmesh_BINARY_DIR}/include/scanmesh/internal.h COPYONLY)
   target_include_directories(scanmesh_internal PUBLIC ${scanmesh_SOURCE_DIR}
-    ${scanmesh_SOURCE_DIR}/include)
+    ${scanmesh_SOURCE_DIR}/include ${scanmesh_BINARY_DIR}/include)
   target_compile_definitions(scanmesh_internal PUBLIC SCANMESH_BUILDING)
 endif()

@@ -22,13 +22,16 @@ inline int one_and_a_half_processors() {
   return static_cast<int>(processor_count() * 1.5);
 }
 
+// A loop over fewer records is over before a second thread has woken up.
+constexpr int kShareFrom = 8192;
+
 // Calls body(record) for every record of a store, static schedule, on as many threads as told. The
 // thread count is global to the runtime: a later loop that doesn't set it inherits it.
 template <typename Array, typename Body>
 void parallel_over(Array& records, int threads, Body body) {
   const int count = records.size();
   omp_set_num_threads(threads);
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count >= kShareFrom)
   for (int i = 0; i < count; ++i) body(records[i]);
 }
 

@@ -59,6 +59,12 @@ inline Vec3f normalized(const Vec3f& a, double limit) {
   return {0, 0, 1};
 }
 
+// The same without a limit: a zero vector stays as it is.
+inline Vec3f unit_or_zero(const Vec3f& a) {
+  const double len = length(a);
+  return len > 0 ? scaled(a, 1.0 / len) : a;
+}
+
 // (a - b) x (b - c), float, not normalised.
 inline Vec3f corner_cross(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
   return cross(sub(a, b), sub(b, c));

@@ -46,7 +46,7 @@ bool load(const std::string& path, Mesh_M::Mesh& mesh) {
     case demo::StlKind::binary: {
       demo::File file(std::fopen(path.c_str(), "rb"));
       if (!file || mesh.input_data(file.get()) != 0) return false;
-      file.release();  // a reader that succeeds has closed it
+      static_cast<void>(file.release());  // a reader that succeeds has closed it
       return true;
     }
     case demo::StlKind::ascii: {

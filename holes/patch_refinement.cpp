@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "core/vector_math.h"
-#include "holes/edge_collapse.h"
+#include "holes/patch_collapse.h"
 #include "holes/position_table.h"
 #include "scanmesh/hole.h"
 
@@ -15,11 +15,6 @@ using scanmesh::Vec3f;
 
 // Edges of more parts than this come from damaged coordinates.
 constexpr double kDivisionLimit = 1e6;
-
-Vec3f unit_or_zero(const Vec3f& a) {
-  const double len = scanmesh::length(a);
-  return len > 0 ? scanmesh::scaled(a, 1.0 / len) : a;
-}
 
 // P (1 - t) + Q t, rounded to float once.
 Vec3f blend(const Vec3f& p, const Vec3f& q, double t) {
@@ -150,8 +145,8 @@ class Polygon {
   double corner_dot(int i) {
     Corner& c = corner(i);
     if (c.seen_prev != c.prev || c.seen_next != c.next) {
-      const Vec3f u = unit_or_zero(scanmesh::sub(c.vert->point, vert(c.next)->point));
-      const Vec3f w = unit_or_zero(scanmesh::sub(c.vert->point, vert(c.prev)->point));
+      const Vec3f u = scanmesh::unit_or_zero(scanmesh::sub(c.vert->point, vert(c.next)->point));
+      const Vec3f w = scanmesh::unit_or_zero(scanmesh::sub(c.vert->point, vert(c.prev)->point));
       c.dot = scanmesh::dot_double(u, w);
       c.seen_prev = c.prev;
       c.seen_next = c.next;

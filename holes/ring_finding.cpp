@@ -18,6 +18,8 @@ namespace {
 constexpr int kMostRings = 500000;
 constexpr int kMostSmallRings = 100000;
 constexpr int kLeastSweepThreads = 4;
+// A scan of fewer edges is over before a second thread has woken up.
+constexpr int kShareFrom = 500000;
 
 // Forgets the rings without destroying them: records that a host still holds stay readable.
 void clear_rings(Hole& finder) {
@@ -25,31 +27,62 @@ void clear_rings(Hole& finder) {
   finder.hole_count = 0;
 }
 
-void clear_walk_marks(Edge& edges) {
-  scanmesh::parallel_over(edges.records, std::max(scanmesh::processor_count(), kLeastSweepThreads),
-                          [](_edge& edge) {
-                            if (edge.state == kStateOnePass) edge.state = kStateLive;
-                          });
-}
+// Edges that carry the walk mark, noted so that the search can take it back: those that a walk has
+// put into a ring, dropped rings included, and those that carried it before.
+class WalkMarks {
+ public:
+  void note(_edge* edge) { edges_.push_back(edge); }
+  void note_ring(const _hole* ring) {
+    for (int i = 0, n = ring->edges->size(); i < n; ++i) edges_.push_back((*ring->edges)[i]);
+  }
+  void clear() {
+    // Later loops that don't set a thread count of their own go on with this one.
+    omp_set_num_threads(std::max(scanmesh::processor_count(), kLeastSweepThreads));
+    for (_edge* edge : edges_) {
+      if (edge->state == kStateOnePass) edge->state = kStateLive;
+    }
+  }
+
+ private:
+  std::vector<_edge*> edges_;
+};
 
 bool opens_a_walk(const _edge& edge) {
   return edge.face_num == 1 && edge.state != kStateDeleted && edge.state != kStateOnePass;
 }
 
-// The numbers of all open edges in store order. Only the scan is shared among threads; walking
-// while others scan would race on the marks, and walking takes a small part of the time.
-std::vector<std::vector<int>> open_edges(Edge& edges) {
+// What the scan over all edges finds, in store order.
+struct Found {
+  std::vector<_edge*> open;
+  std::vector<_edge*> marked;  // by somebody before
+};
+
+// Calls visit(edge) for the edges [first, last), block by block.
+template <typename Visit>
+void for_edges(Edge& edges, std::ptrdiff_t first, std::ptrdiff_t last, Visit visit) {
+  const std::ptrdiff_t size = edges.records.block_size;
+  while (first < last) {
+    const std::ptrdiff_t end = std::min(last, (first / size + 1) * size);
+    _edge* edge = edges[static_cast<int>(first)];
+    for (; first < end; ++first) visit(edge++);
+  }
+}
+
+// Only the scan is shared among threads; walking while others scan would race on the marks, and
+// walking takes a small part of the time.
+std::vector<Found> scan_edges(Edge& edges) {
   const int threads = scanmesh::processor_count();
   const int count = edges.get_edgenum();
-  std::vector<std::vector<int>> found(static_cast<std::size_t>(threads));
+  std::vector<Found> found(static_cast<std::size_t>(threads));
   omp_set_num_threads(threads);
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count >= kShareFrom)
   for (int run = 0; run < threads; ++run) {
     const auto [first, last] = scanmesh::slice(count, threads, run);
-    for (std::ptrdiff_t i = first; i < last; ++i) {
-      const int number = static_cast<int>(i);
-      if (opens_a_walk(*edges[number])) found[static_cast<std::size_t>(run)].push_back(number);
-    }
+    Found& mine = found[static_cast<std::size_t>(run)];
+    for_edges(edges, first, last, [&mine](_edge* edge) {
+      if (opens_a_walk(*edge)) mine.open.push_back(edge);
+      if (edge->state == kStateOnePass) mine.marked.push_back(edge);
+    });
   }
   return found;
 }
@@ -121,16 +154,19 @@ void Hole::build_hole() {
   clear_rings(*this);
   edge_total = 0;
   if (edge_store == nullptr) return;
+  WalkMarks marks;
   std::vector<_edge*> scratch;
-  for (const std::vector<int>& run : open_edges(*edge_store)) {
-    for (int number : run) {
-      _edge* const edge = (*edge_store)[number];
+  for (const Found& run : scan_edges(*edge_store)) {
+    for (_edge* edge : run.marked) marks.note(edge);
+    for (_edge* edge : run.open) {
       if (!opens_a_walk(*edge)) continue;
       if (holes.size() > kMostRings) break;
-      check_ring(*this, gethole(edge), scratch);
+      _hole* const ring = gethole(edge);
+      marks.note_ring(ring);
+      check_ring(*this, ring, scratch);
     }
   }
-  clear_walk_marks(*edge_store);
+  marks.clear();
 }
 
 void Hole::build_smallhole(int limit) {
@@ -138,14 +174,18 @@ void Hole::build_smallhole(int limit) {
   if (edge_store == nullptr) return;
   // The edge total belongs to the last full search; this one leaves it as it was.
   const int32_t total = edge_total;
+  WalkMarks marks;
   std::vector<_edge*> scratch;
-  for (int i = 0, n = edge_store->get_edgenum(); i < n && holes.size() <= kMostSmallRings; ++i) {
-    _edge* const edge = (*edge_store)[i];
-    if (edge->face_num != 1 || edge->state == kStateOnePass) continue;
-    check_ring(*this, gethole_smallHole(edge, limit), scratch);
-  }
+  for_edges(*edge_store, 0, edge_store->get_edgenum(), [&](_edge* edge) {
+    if (edge->state == kStateOnePass) marks.note(edge);
+    if (edge->face_num != 1 || edge->state == kStateOnePass) return;
+    if (holes.size() > kMostSmallRings) return;
+    _hole* const ring = gethole_smallHole(edge, limit);
+    marks.note_ring(ring);
+    check_ring(*this, ring, scratch);
+  });
   edge_total = total;
-  clear_walk_marks(*edge_store);
+  marks.clear();
 }
 
 void Hole::build_hole(_edge* start) {

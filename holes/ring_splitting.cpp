@@ -69,11 +69,14 @@ class RingSplitter {
     if (walked_ != nullptr) scanmesh::destroy_ring(walked_);
     walked_ = nullptr;
     _hole* const ring = scanmesh::append_ring(finder_);
+    // Two kinds of edges don't count towards the edge total again: the one that closes a loop, and
+    // those of the remainder. The refinement of a patch takes its bound from that total.
     std::vector<int> taken = {i - 1};
     take(ring, i - 1);
     for (int j = last_unsettled(i - 2); j >= 0; j = last_unsettled(j - 1)) {
       if (edges_[j]->state == kStateTaken) continue;
       take(ring, j);
+      ++finder_.edge_total;
       taken.push_back(j);
       if (touches(edges_[j], vert)) break;
     }
@@ -85,8 +88,8 @@ class RingSplitter {
     }
   }
 
-  void take(_hole* ring, int i) {
-    scanmesh::push_ring_edge(finder_, ring, edges_[i]);
+  void take(_hole* ring, int i) const {
+    ring->edges->allocate_mem() = edges_[i];
     edges_[i]->state = kStateTaken;
   }
 
@@ -123,7 +126,7 @@ class RingSplitter {
   void gather_remainder() {
     _hole* const ring = scanmesh::append_ring(finder_);
     for (int i = 0; i < n_; ++i) {
-      if (edges_[i]->state != kStateTaken) scanmesh::push_ring_edge(finder_, ring, edges_[i]);
+      if (edges_[i]->state != kStateTaken) ring->edges->allocate_mem() = edges_[i];
     }
   }
 

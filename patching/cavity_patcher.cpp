@@ -1,6 +1,8 @@
 #include "scanmesh/cavity_patcher.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "patching/patch_fairing.h"
 #include "patching/patch_mesh.h"
@@ -13,6 +15,14 @@ namespace {
 
 constexpr int status_done = 0;
 constexpr int status_refused = -1;
+
+// Wanted edge length per distance from the ring, while the large shape is found.
+constexpr double coarse_growth = 0.9;
+constexpr int small_rounds = 2;
+// Patches that come out smaller than this go without the coarse stage.
+constexpr double least_dense_count = 20.0;
+constexpr int coarse_rounds = 3;
+constexpr int dense_rounds = 1;
 
 // Triangles up to this length of normal have none; hosts expect the z axis for them.
 constexpr double least_normal_length = 1e-16;
@@ -40,14 +50,22 @@ cavity::PatchMesh close_ring(const cavity::Surroundings& around) {
   return cavity::PatchMesh(std::move(ring), around.ring_size, std::move(triangles), around.chords);
 }
 
+// The large shape is found on a patch that is coarse away from the ring, where each round of
+// fairing is cheap; the dense patch then starts from that shape and needs one more round.
 void shape_patch(const cavity::Surroundings& around, cavity::PatchMesh& patch) {
   cavity::split_taken_chords(around, patch);
   cavity::EdgeLengths lengths(around, patch);
+  if (lengths.dense_count() < least_dense_count) {
+    cavity::refine_patch(patch, lengths);
+    cavity::fair_patch(around, cavity::Start::from_nothing, small_rounds, patch);
+    return;
+  }
+  lengths.set_growth(std::max(lengths.bounded_growth(), coarse_growth));
   cavity::refine_patch(patch, lengths);
-  // Fairing may swell the patch, which stretches its edges: the second round fills in.
-  if (!cavity::fair_patch(around, patch)) return;
+  cavity::fair_patch(around, cavity::Start::from_nothing, coarse_rounds, patch);
+  lengths.set_growth(lengths.bounded_growth());
   cavity::refine_patch(patch, lengths);
-  cavity::fair_patch(around, patch);
+  cavity::fair_patch(around, cavity::Start::from_shape, dense_rounds, patch);
 }
 
 // Ring vertices are copied from the caller, since a trip through unit scale would round them.

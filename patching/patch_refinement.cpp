@@ -8,9 +8,11 @@
 namespace cavity {
 namespace {
 
-// An edge is too long at this multiple of the wanted length: above the diagonal of a square of
-// wanted edges, so that such a square stays two triangles.
-constexpr double split_ratio = 1.45;
+// An edge is too long at this multiple of the wanted length: from 4/3 on, the halves are nearer to
+// it than the whole. Between ring vertices a little more, so that a square of wanted edges stays
+// two triangles.
+constexpr double split_ratio = 4.0 / 3.0;
+constexpr double ring_split_ratio = 1.45;
 constexpr int most_split_passes = 40;
 
 // The region may ask for this much more or less than the ring's own edges.
@@ -19,8 +21,8 @@ constexpr double most_region_say = 1.3;
 
 // Interior points up to which the density of the ring is kept all over; beyond, edges grow with the
 // distance from the ring so that the cost stays bounded.
-constexpr double dense_points = 24000.0;
-constexpr double points_per_ring_edge = 8.0;
+constexpr double dense_points = 12000.0;
+constexpr double points_per_ring_edge = 6.0;
 
 struct LongEdge {
   double excess;
@@ -44,7 +46,9 @@ std::vector<LongEdge> find_long_edges(const PatchMesh& patch, const EdgeLengths&
       const int b = patch.triangle(f)[previous_corner(k)];
       const double length = (patch.point(a) - patch.point(b)).norm();
       const double excess = length / lengths.of_edge(a, b);
-      if (excess > split_ratio) found.push_back({excess, f, k, a, b});
+      const bool on_ring = !patch.is_free(a) && !patch.is_free(b);
+      if (excess > (on_ring ? ring_split_ratio : split_ratio))
+        found.push_back({excess, f, k, a, b});
     }
   }
   std::sort(found.begin(), found.end(), is_sooner);
@@ -66,10 +70,19 @@ bool split_long_edges(PatchMesh& patch, EdgeLengths& lengths) {
   return !edges.empty();
 }
 
-double cotangent(const Point& apex, const Point& a, const Point& b) {
-  const Point u = a - apex;
-  const Point v = b - apex;
-  return u.dot(v) / std::max(u.cross(v).norm(), 1e-12);
+// Whether the angles at a and d, which face the edge b - c, add up to more than a straight one.
+bool fails_delaunay(const Point& a, const Point& b, const Point& c, const Point& d) {
+  const Point ab = b - a;
+  const Point ac = c - a;
+  const Point db = b - d;
+  const Point dc = c - d;
+  const double cosine_a = ab.dot(ac);
+  const double cosine_d = db.dot(dc);
+  if (cosine_a >= 0.0 && cosine_d >= 0.0) return false;
+  const double sine_a = ab.cross(ac).norm();
+  const double sine_d = db.cross(dc).norm();
+  const double tolerance = 1e-6 * (sine_a * sine_d + 1e-12);
+  return cosine_a * sine_d + cosine_d * sine_a < -tolerance;
 }
 
 // The flip must not fold the patch or sharpen a crease.
@@ -92,67 +105,84 @@ bool wants_flip(const PatchMesh& patch, int f, int k) {
   const Point& b = patch.point(patch.triangle(f)[next_corner(k)]);
   const Point& c = patch.point(patch.triangle(f)[previous_corner(k)]);
   const Point& d = patch.point(patch.opposite_corner(f, k));
-  if (!(cotangent(a, b, c) + cotangent(d, b, c) < -1e-6)) return false;
-  return keeps_shape(a, b, c, d);
+  return fails_delaunay(a, b, c, d) && keeps_shape(a, b, c, d);
 }
 
 }  // namespace
 
-EdgeLengths::EdgeLengths(const Surroundings& around, const PatchMesh& patch) {
+EdgeLengths::EdgeLengths(const Surroundings& around, const PatchMesh& patch)
+    : ring_size_(around.ring_size) {
+  read_ring(around);
+  distance_.assign(carried_.size(), 0.0);
+  for (int v = ring_size_; v < patch.point_count(); ++v) {
+    carried_.push_back(1.0);
+    distance_.push_back(1.0);
+  }
+  measure(patch);
+}
+
+// Ring edges rule, the region has a say: a hole cut by a fine tool out of a coarse mesh should fade
+// into it, but not by much at the rim itself.
+void EdgeLengths::read_ring(const Surroundings& around) {
   const int n = around.ring_size;
   std::vector<double> sum(static_cast<std::size_t>(n), 0.0);
   std::vector<int> count(static_cast<std::size_t>(n), 0);
   for (const Triangle& t : around.faces) {
     for (int k = 0; k < 3; ++k) {
-      const int a = t[k];
-      const int b = t[next_corner(k)];
-      const double length = (around.points[a] - around.points[b]).norm();
-      for (const int v : {a, b}) {
+      const double length = (around.points[t[k]] - around.points[t[next_corner(k)]]).norm();
+      for (const int v : {t[k], t[next_corner(k)]}) {
         if (v >= n) continue;
         sum[v] += length;
         ++count[v];
       }
     }
   }
-  wanted_.resize(static_cast<std::size_t>(n));
+  std::vector<double> wanted(static_cast<std::size_t>(n));
   for (int i = 0; i < n; ++i) {
     const double before = (around.points[i] - around.points[(i + n - 1) % n]).norm();
     const double after = (around.points[i] - around.points[(i + 1) % n]).norm();
     const double own = 0.5 * (before + after);
     const double region = count[i] > 0 ? sum[i] / count[i] : own;
-    wanted_[i] = std::clamp(region, least_region_say * own, most_region_say * own);
+    wanted[i] = std::clamp(region, least_region_say * own, most_region_say * own);
   }
-  std::vector<double> smooth = wanted_;
   for (int i = 0; i < n; ++i) {
-    smooth[i] = 0.5 * wanted_[i] + 0.25 * (wanted_[(i + n - 1) % n] + wanted_[(i + 1) % n]);
+    carried_.push_back(0.5 * wanted[i] + 0.25 * (wanted[(i + n - 1) % n] + wanted[(i + 1) % n]));
   }
-  wanted_ = smooth;
-  for (int v = n; v < patch.point_count(); ++v) wanted_.push_back(1.0);
+}
 
+void EdgeLengths::measure(const PatchMesh& patch) {
+  double mean = 0.0;
+  for (const double length : carried_) mean += length / static_cast<double>(carried_.size());
   double area = 0.0;
   for (const Triangle& t : patch.triangles()) {
     area += 0.5 * area_vector(patch.point(t[0]), patch.point(t[1]), patch.point(t[2])).norm();
   }
+  dense_count_ = 1.15 * area / (mean * mean);
   // Growth g leaves about 1.15 n / g points in a wide hole.
-  const double allowed = std::max(dense_points, points_per_ring_edge * n);
-  if (1.15 * area > allowed) growth_ = 1.15 * n / allowed;
+  const double allowed = std::max(dense_points, points_per_ring_edge * ring_size_);
+  if (dense_count_ > allowed) bounded_growth_ = 1.15 * ring_size_ / allowed;
 }
 
 void EdgeLengths::add_midpoint(int a, int b, double length) {
-  wanted_.push_back(of_edge(a, b) + 0.5 * growth_ * length);
+  carried_.push_back(0.5 * (carried_[a] + carried_[b]));
+  distance_.push_back(0.5 * (distance_[a] + distance_[b] + length));
 }
 
 void EdgeLengths::settle(const PatchMesh& patch) {
-  if (growth_ == 0.0) return;
+  std::vector<double> sum(carried_.size(), 0.0);
+  std::vector<int> count(carried_.size(), 0);
   for (const Triangle& t : patch.triangles()) {
     for (int k = 0; k < 3; ++k) {
       const int a = t[k];
       const int b = t[next_corner(k)];
-      const double more = growth_ * (patch.point(a) - patch.point(b)).norm();
-      if (patch.is_free(a)) wanted_[a] = std::min(wanted_[a], wanted_[b] + more);
-      if (patch.is_free(b)) wanted_[b] = std::min(wanted_[b], wanted_[a] + more);
+      const double length = (patch.point(a) - patch.point(b)).norm();
+      if (patch.is_free(a)) distance_[a] = std::min(distance_[a], distance_[b] + length);
+      if (patch.is_free(b)) distance_[b] = std::min(distance_[b], distance_[a] + length);
+      sum[a] += carried_[b];
+      ++count[a];
     }
   }
+  for (int v = ring_size_; v < patch.point_count(); ++v) carried_[v] = sum[v] / count[v];
 }
 
 void split_taken_chords(const Surroundings& around, PatchMesh& patch) {
@@ -237,7 +267,7 @@ void refine_patch(PatchMesh& patch, EdgeLengths& lengths) {
     if (!split_long_edges(patch, lengths)) break;
     flip_to_delaunay(patch);
   }
-  for (int round = 0; round < 3; ++round) {
+  for (int round = 0; round < 2; ++round) {
     even_out(patch, 2);
     flip_to_delaunay(patch);
   }

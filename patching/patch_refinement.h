@@ -13,21 +13,36 @@ namespace cavity {
 // ring that is a face of its own region. After this the patch repeats nothing of the region.
 void split_taken_chords(const Surroundings& around, PatchMesh& patch);
 
-// The edge length wanted at each vertex, and how fast it may grow away from the ring.
+// The edge length wanted at each vertex: carried inwards from the ring, plus a growth with the
+// distance from the ring.
 class EdgeLengths {
  public:
   EdgeLengths(const Surroundings& around, const PatchMesh& patch);
 
-  double at(int v) const { return wanted_[v]; }
-  double of_edge(int a, int b) const { return 0.5 * (wanted_[a] + wanted_[b]); }
+  // The least growth that keeps the number of points in bounds, 0 for any but very large holes.
+  double bounded_growth() const { return bounded_growth_; }
+  // About the number of free points that a patch without growth has.
+  double dense_count() const { return dense_count_; }
+  void set_growth(double growth) { growth_ = growth; }
+
+  double at(int v) const { return carried_[v] + growth_ * distance_[v]; }
+  double of_edge(int a, int b) const { return 0.5 * (at(a) + at(b)); }
   // To be called for each new point of the patch, in order.
   void add_midpoint(int a, int b, double length);
-  // Lets no vertex ask for more than its neighbours plus the allowed growth.
+  // Corrects the distances, and evens out the carried lengths, over the edges of the patch as it
+  // is.
   void settle(const PatchMesh& patch);
 
  private:
-  std::vector<double> wanted_;
+  void read_ring(const Surroundings& around);
+  void measure(const PatchMesh& patch);
+
+  int ring_size_;
+  std::vector<double> carried_;
+  std::vector<double> distance_;
   double growth_ = 0.0;
+  double bounded_growth_ = 0.0;
+  double dense_count_ = 0.0;
 };
 
 // Splits edges that are too long, then evens out the triangles by flips and tangential moves.

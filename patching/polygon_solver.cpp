@@ -9,12 +9,20 @@ namespace cavity {
 namespace {
 
 // A chord that is already taken costs more than any number of flat triangles around it.
-constexpr int taken_chord_defect = 1000;
+constexpr int taken_chord_defect = 1000000;
+// Neighbours that lie almost on top of each other; worse than a flat triangle, or slivers on flat
+// ground would be avoided by overlaps.
+constexpr int fold_defect = 2;
+constexpr double folded_cosine = -0.87;
 // Dihedrals closer than one step (of 1 - cosine) count as equal, or rounding noise on flat ground
 // would decide in place of the area.
 constexpr double bend_steps = 1e5;
 // Small enough not to compete with area, large enough to prefer compact triangles on flat ground.
 constexpr double length_trace = 1e-4;
+
+bool is_fold(int bend) {
+  return bend > (1.0 - folded_cosine) * bend_steps;
+}
 
 int bend_between(const Point& a, const Point& b) {
   // A flat triangle has no normal; the flatness itself is charged elsewhere.
@@ -62,8 +70,7 @@ void PolygonSolver::solve_part(int i, int k, bool closing, const Point& closing_
     candidate.cost = {defects, std::max(left.bend, right.bend), left.area + right.area};
     try_apex(i, m, k, candidate);
     if (closing) {
-      candidate.cost.bend =
-          std::max(candidate.cost.bend, bend_between(candidate.normal, closing_normal));
+      charge_bend(bend_between(candidate.normal, closing_normal), candidate.cost);
     }
     const Cost& a = candidate.cost;
     const Cost& b = best.cost;
@@ -96,9 +103,13 @@ void PolygonSolver::try_apex(int i, int m, int k, Part& candidate) const {
     candidate.normal = Point::Zero();
     ++candidate.cost.defects;
   }
-  candidate.cost.bend =
-      std::max({candidate.cost.bend, bend_between(candidate.normal, part(i, m).normal),
-                bend_between(candidate.normal, part(m, k).normal)});
+  charge_bend(bend_between(candidate.normal, part(i, m).normal), candidate.cost);
+  charge_bend(bend_between(candidate.normal, part(m, k).normal), candidate.cost);
+}
+
+void PolygonSolver::charge_bend(int bend, Cost& cost) {
+  cost.bend = std::max(cost.bend, bend);
+  if (is_fold(bend)) cost.defects += fold_defect;
 }
 
 void PolygonSolver::collect(std::vector<Triangle>& triangles) const {

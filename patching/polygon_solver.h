@@ -25,7 +25,7 @@ class PolygonSolver {
  private:
   // The cost of the part of the polygon cut off by one chord; compared in the order of the fields.
   struct Cost {
-    int defects = 0;    // chords that the surroundings already have, and flat triangles
+    int defects = 0;    // chords that the surroundings already have, folds, flat triangles
     int bend = 0;       // the worst dihedral, in steps
     double area = 0.0;  // twice the area, and a trace of squared edge length to break ties
   };
@@ -37,6 +37,7 @@ class PolygonSolver {
 
   void solve_part(int i, int k, bool closing, const Point& closing_normal);
   void try_apex(int i, int m, int k, Part& best) const;
+  static void charge_bend(int bend, Cost& cost);
   void collect(std::vector<Triangle>& triangles) const;
   const Point& corner(int i) const { return points_[(*polygon_)[i]]; }
   Part& part(int i, int k) { return parts_[static_cast<std::size_t>(i) * size_ + k]; }

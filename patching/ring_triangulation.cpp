@@ -1,10 +1,14 @@
-// Small rings are solved exactly. A larger one is first solved on every s-th vertex; each chord of
-// that coarse ring then cuts off a short stretch, which is solved in the same way.
+// Small rings are solved exactly. Larger ones are closed by ear clipping where their shadow is
+// simple, else on every s-th vertex first, where each chord of the coarse ring then cuts off a
+// short stretch that is solved in the same way. Both are bettered window by window with the exact
+// solver.
 #include "patching/ring_triangulation.h"
 
 #include <map>
 
+#include "patching/ear_clipping.h"
 #include "patching/polygon_solver.h"
+#include "patching/window_solver.h"
 
 namespace cavity {
 namespace {
@@ -59,11 +63,10 @@ void push_cut_off_stretches(const Stretch& full, const Stretch& coarse,
   }
 }
 
-}  // namespace
-
-std::vector<Triangle> triangulate_ring(const std::vector<Point>& ring,
-                                       const std::vector<Point>& rim_normals,
-                                       const ChordSet& chords) {
+// Closes any ring, but where it is ragged a chord may cut across its teeth.
+std::vector<Triangle> solve_piecewise(const std::vector<Point>& ring,
+                                      const std::vector<Point>& rim_normals,
+                                      const ChordSet& chords) {
   std::vector<Triangle> triangles;
   triangles.reserve(ring.size() - 2);
   PolygonSolver solver(ring, chords);
@@ -84,6 +87,20 @@ std::vector<Triangle> triangulate_ring(const std::vector<Point>& ring,
     push_cut_off_stretches(stretch, coarse, ring, triangles.data() + before,
                            triangles.data() + triangles.size(), open);
   }
+  return triangles;
+}
+
+}  // namespace
+
+std::vector<Triangle> triangulate_ring(const std::vector<Point>& ring,
+                                       const std::vector<Point>& rim_normals,
+                                       const ChordSet& chords) {
+  if (static_cast<int>(ring.size()) <= largest_exact_ring) {
+    return solve_piecewise(ring, rim_normals, chords);
+  }
+  std::vector<Triangle> triangles = clip_ears(ring, chords);
+  if (triangles.empty()) triangles = solve_piecewise(ring, rim_normals, chords);
+  solve_windows(ring, rim_normals, chords, triangles);
   return triangles;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace cavity {
 namespace {
@@ -96,17 +97,13 @@ void note_edge(int a, int b, int face, std::vector<bool>& runs_against, Surround
   runs_against[edge] = !along;
 }
 
-void note_edges(Surroundings& out) {
-  const auto n = static_cast<std::size_t>(out.ring_size);
-  out.rim_faces.assign(n, -1);
-  std::vector<bool> runs_against(n, false);
+void note_edges(std::vector<bool>& runs_against, Surroundings& out) {
   std::size_t kept = 0;
-  for (const Triangle& face : out.faces) {
+  for (const Triangle face : out.faces) {
     const bool proper = face[0] != face[1] && face[1] != face[2] && face[2] != face[0];
-    if (proper) out.faces[kept] = face;
-    for (std::size_t k = 0; k < 3; ++k) {
+    for (int k = 0; k < 3; ++k) {
       const int a = face[k];
-      const int b = face[(k + 1) % 3];
+      const int b = face[next_corner(k)];
       if (proper) {
         note_edge(a, b, static_cast<int>(kept), runs_against, out);
       } else if (a != b && a < out.ring_size && b < out.ring_size) {
@@ -114,21 +111,26 @@ void note_edges(Surroundings& out) {
       }
     }
     if (!proper) continue;
-    ++kept;
-    out.ring_is_a_face = out.ring_is_a_face || (n == 3 && face[0] + face[1] + face[2] == 3 &&
-                                                std::max({face[0], face[1], face[2]}) == 2);
+    out.faces[kept++] = face;
+    if (out.ring_size == 3 && std::max({face[0], face[1], face[2]}) == 2) out.ring_is_a_face = true;
   }
   out.faces.resize(kept);
   out.chords.close();
+}
 
+void note_rim_normals(const std::vector<bool>& runs_against, Surroundings& out) {
+  const auto n = static_cast<std::size_t>(out.ring_size);
   out.rim_normals.assign(n, Point::Zero());
+  int balance = 0;
   for (std::size_t i = 0; i < n; ++i) {
     if (out.rim_faces[i] < 0) continue;
-    const Triangle& f = out.faces[static_cast<std::size_t>(out.rim_faces[i])];
-    const auto at = [&out](int v) { return out.points[static_cast<std::size_t>(v)]; };
-    const Point normal = normal_or_zero(at(f[0]), at(f[1]), at(f[2]));
+    const Triangle& f = out.faces[out.rim_faces[i]];
+    const Point normal = normal_or_zero(out.points[f[0]], out.points[f[1]], out.points[f[2]]);
     out.rim_normals[i] = runs_against[i] ? normal : Point(-normal);
+    balance += runs_against[i] ? 1 : -1;
   }
+  if (balance >= 0) return;
+  for (Triangle& f : out.faces) std::swap(f[1], f[2]);
 }
 
 bool bring_to_unit_scale(Surroundings& out) {
@@ -165,7 +167,10 @@ bool read_surroundings(const std::vector<double>& region_faces,
   if (!number_ring(ring_points, numbering, out)) return false;
   number_faces(region_faces, numbering, out);
   if (!bring_to_unit_scale(out)) return false;
-  note_edges(out);
+  std::vector<bool> runs_against(static_cast<std::size_t>(out.ring_size), false);
+  out.rim_faces.assign(static_cast<std::size_t>(out.ring_size), -1);
+  note_edges(runs_against, out);
+  note_rim_normals(runs_against, out);
   return true;
 }
 

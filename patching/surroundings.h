@@ -13,6 +13,7 @@ struct Surroundings {
   // The ring in walking order, then the other corners of the region; moved and scaled so that the
   // ring is centred and its mean edge is 1, which makes every threshold below a relative one.
   std::vector<Point> points;
+  // Turned, where need be, to the side that a patch along the ring shows.
   std::vector<Triangle> faces;
   // Per ring edge i -> i + 1: the region face on it or -1, and that face's unit normal as seen by a
   // patch that follows the ring (zero without a face or with a flat one).

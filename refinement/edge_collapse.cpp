@@ -24,8 +24,8 @@ constexpr double kParallel = 0.999;
 constexpr double kLeastNormalDot = 0.2;
 constexpr double kStale = -1.0;
 constexpr double kNever = std::numeric_limits<double>::infinity();
-// Below this many triangles starting a task costs more than it saves.
-constexpr std::size_t kTaskSize = 16384;
+// Below this many errors to compute, starting tasks costs more than it saves.
+constexpr std::size_t kTaskSize = 8192;
 
 double threshold_of(int iteration, double aggression) {
   return kThresholdScale * std::pow(static_cast<double>(iteration + 3), aggression);
@@ -56,6 +56,25 @@ bool newly_close(const Vec3d& p, const Vec3d& before, const Vec3d& corner) {
   const Vec3d d = corner - p;
   if (dot(d, d) > 2 * kNear) return false;
   return welds(narrowed(p), narrowed(corner)) && !welds(narrowed(before), narrowed(corner));
+}
+
+// Calls body(first, last, i) for each of 1.5 x processors runs of the items, as tasks; in one run
+// on this thread when `alone`.
+template <typename Body>
+void in_slices(std::size_t items, bool alone, Body body) {
+  const auto count = static_cast<std::ptrdiff_t>(items);
+  if (alone) {
+    body(std::ptrdiff_t{0}, count, 0);
+    return;
+  }
+  const int tasks = one_and_a_half_processors();
+  std::vector<std::future<void>> running;
+  for (int i = 0; i < tasks; ++i) {
+    const auto range = slice(count, tasks, i);
+    running.push_back(std::async(std::launch::async | std::launch::deferred,
+                                 [=] { body(range.first, range.second, i); }));
+  }
+  for (std::future<void>& task : running) task.get();
 }
 
 double next_aggression(int iteration, double aggression) {
@@ -151,23 +170,13 @@ void EdgeCollapse::scan_range(std::ptrdiff_t first, std::ptrdiff_t last, double 
 }
 
 void EdgeCollapse::find_candidates(double threshold) {
-  const auto count = static_cast<std::ptrdiff_t>(tris.size());
+  const bool alone = stale_ < kTaskSize;
+  stale_ = 0;
+  std::vector<std::vector<int32_t>> found(static_cast<std::size_t>(one_and_a_half_processors()));
+  in_slices(tris.size(), alone, [&](std::ptrdiff_t first, std::ptrdiff_t last, int i) {
+    scan_range(first, last, threshold, found[static_cast<std::size_t>(i)]);
+  });
   candidates_.clear();
-  if (tris.size() < kTaskSize) {
-    scan_range(0, count, threshold, candidates_);
-    return;
-  }
-  const int tasks = one_and_a_half_processors();
-  std::vector<std::vector<int32_t>> found(static_cast<std::size_t>(tasks));
-  std::vector<std::future<void>> running;
-  for (int i = 0; i < tasks; ++i) {
-    const auto range = slice(count, tasks, i);
-    std::vector<int32_t>& mine = found[static_cast<std::size_t>(i)];
-    running.push_back(std::async(std::launch::async | std::launch::deferred, [=, &mine] {
-      scan_range(range.first, range.second, threshold, mine);
-    }));
-  }
-  for (std::future<void>& task : running) task.get();
   for (const auto& part : found) candidates_.insert(candidates_.end(), part.begin(), part.end());
 }
 
@@ -244,17 +253,25 @@ void EdgeCollapse::relink(int i0, const sim_vert& from, const std::vector<char>&
     tri.vid[ref.corner] = i0;
     tri.dirty = iteration;
     least_[static_cast<std::size_t>(ref.tri)] = kStale;
+    ++stale_;
     relinked_.push_back(ref);
   }
 }
 
+// Dropping the dead and renumbering the references changes no result, only the cost of what
+// follows, so it waits until enough has died.
 void EdgeCollapse::refresh(int iteration) {
-  if (iteration > 0) drop_deleted();
+  if (iteration > 0) {
+    const std::size_t dead = tris.size() - static_cast<std::size_t>(total_ - deleted_);
+    if (dead * 8 < tris.size()) return;
+    drop_deleted();
+  }
   count_references();
   if (iteration > 0) return;
   mark_borders();
   build_quadrics();
   least_.assign(tris.size(), kStale);
+  stale_ = tris.size();
 }
 
 void EdgeCollapse::drop_deleted() {
@@ -307,28 +324,41 @@ void EdgeCollapse::mark_borders() {
       }
     }
   };
-  for (std::size_t i = 0; i < verts.size(); ++i) {
-    each_corner(verts[i], [&](std::size_t id) { ++times[id]; });
-    each_corner(verts[i], [&](std::size_t id) {
+  for (const sim_vert& vert : verts) {
+    each_corner(vert, [&](std::size_t id) { ++times[id]; });
+    each_corner(vert, [&](std::size_t id) {
       if (times[id] == 1) verts[id].border = 1;
+      times[id] = 0;
     });
-    each_corner(verts[i], [&](std::size_t id) { times[id] = 0; });
   }
 }
 
+// Each vertex gathers the planes around it in the order of the triangles, so that the sums round
+// the same however the vertices are divided among tasks.
 void EdgeCollapse::build_quadrics() {
-  for (sim_vert& vert : verts) vert.quadric = Quadric();
-  for (sim_tri& tri : tris) {
-    const Vec3d& p0 = verts[static_cast<std::size_t>(tri.vid[0])].pos;
-    const Vec3d& p1 = verts[static_cast<std::size_t>(tri.vid[1])].pos;
-    const Vec3d& p2 = verts[static_cast<std::size_t>(tri.vid[2])].pos;
-    tri.normal = unit(cross(p1 - p0, p2 - p0));
-    // A triangle without area names no plane; it must not spoil those of its neighbours.
-    if (std::isnan(tri.normal.x)) continue;
-    Quadric plane;
-    plane.add_plane(tri.normal, p0);
-    for (const int id : tri.vid) verts[static_cast<std::size_t>(id)].quadric.add(plane);
-  }
+  const bool alone = tris.size() < kTaskSize;
+  in_slices(tris.size(), alone, [&](std::ptrdiff_t first, std::ptrdiff_t last, int) {
+    for (std::ptrdiff_t i = first; i < last; ++i) {
+      sim_tri& tri = tris[static_cast<std::size_t>(i)];
+      const Vec3d& p0 = verts[static_cast<std::size_t>(tri.vid[0])].pos;
+      const Vec3d& p1 = verts[static_cast<std::size_t>(tri.vid[1])].pos;
+      const Vec3d& p2 = verts[static_cast<std::size_t>(tri.vid[2])].pos;
+      tri.normal = unit(cross(p1 - p0, p2 - p0));
+    }
+  });
+  in_slices(verts.size(), alone, [&](std::ptrdiff_t first, std::ptrdiff_t last, int) {
+    for (std::ptrdiff_t i = first; i < last; ++i) {
+      sim_vert& vert = verts[static_cast<std::size_t>(i)];
+      vert.quadric = Quadric();
+      for (int k = 0; k < vert.tri_count; ++k) {
+        const sim_ref& ref = refs_[static_cast<std::size_t>(vert.tri_start + k)];
+        const sim_tri& tri = tris[static_cast<std::size_t>(ref.tri)];
+        // A triangle without area names no plane; it must not spoil those of its neighbours.
+        if (std::isnan(tri.normal.x)) continue;
+        vert.quadric.add_plane(tri.normal, verts[static_cast<std::size_t>(tri.vid[0])].pos);
+      }
+    }
+  });
 }
 
 // Leaves the surviving triangles, and the vertices that they use, renumbered in order.

@@ -74,6 +74,7 @@ class EdgeCollapse {
 
   std::vector<sim_ref> refs_;
   std::vector<double> least_;  // per triangle: least error of an edge that may collapse; < 0 stale
+  std::size_t stale_ = 0;      // how many of them are, or more
   std::vector<int32_t> candidates_;
   std::vector<sim_ref> relinked_;
   std::vector<char> dies_[2];

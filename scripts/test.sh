@@ -26,7 +26,7 @@ configure_build_test() {
   local name=$1 build=$builds/test-$1
   shift
   echo "== $name: build"
-  cmake -S "$root" -B "$build" -DBUILD_TESTING=ON -DSCANMESH_WERROR=ON "$@" >"$build.configure.log" ||
+  cmake -S "$root" -B "$build" -DBUILD_TESTING=ON "$@" >"$build.configure.log" ||
     { cat "$build.configure.log" >&2; return 1; }
   cmake --build "$build" -j "$jobs" >"$build.build.log" 2>&1 ||
     { cat "$build.build.log" >&2; return 1; }
@@ -40,9 +40,10 @@ configure_build_test() {
 
 mkdir -p "$builds"
 export CTEST_PARALLEL_LEVEL=$jobs
-configure_build_test release -DCMAKE_BUILD_TYPE=Release
+configure_build_test release -DCMAKE_BUILD_TYPE=Release -DSCANMESH_WERROR=ON
 if [[ $sanitizers == yes ]]; then
-  # -O1: the sanitizers' own work dominates, and their reports stay readable.
+  # -O1: the sanitizers' own work dominates, and their reports stay readable. Warnings are no errors
+  # here: instrumented code misleads the compiler's flow analysis.
   export ASAN_OPTIONS=${ASAN_OPTIONS:-strict_string_checks=1:detect_stack_use_after_return=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
   configure_build_test sanitized -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" \

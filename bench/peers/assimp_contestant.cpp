@@ -15,8 +15,7 @@ Contestant assimp_load(const std::string& path) {
             importer->SetPropertyInteger(AI_CONFIG_PP_RVC_FLAGS, aiComponent_NORMALS);
             return [importer, path]() -> long long {
               const aiScene* const scene = importer->ReadFile(
-                  path, aiProcess_RemoveComponent | aiProcess_JoinIdenticalVertices |
-                            aiProcess_GenSmoothNormals);
+                  path, aiProcess_RemoveComponent | aiProcess_JoinIdenticalVertices);
               if (scene == nullptr || scene->mNumMeshes == 0) return -1;
               return scene->mMeshes[0]->mNumFaces;
             };

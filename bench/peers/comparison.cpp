@@ -1,12 +1,10 @@
 #include "peers/comparison.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
+#include "quiet_output.h"
 #include "support/console.h"
 #include "support/stl_file.h"
 
@@ -17,7 +15,7 @@ std::vector<Outcome> compare(const std::vector<Contestant>& contestants, int rou
   std::vector<std::vector<double>> seconds(contestants.size());
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < contestants.size(); ++i) {
-      const QuietOutput quiet;
+      const bench::QuietOutput quiet;
       const Job job = contestants[i].prepare();
       const demo::Stopwatch watch;
       outcomes[i].faces = job();
@@ -46,24 +44,6 @@ double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   const std::size_t half = values.size() / 2;
   return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;
-}
-
-QuietOutput::QuietOutput() {
-  std::fflush(stdout);
-  saved_ = dup(STDOUT_FILENO);
-  const int nowhere = open("/dev/null", O_WRONLY);
-  if (nowhere >= 0) {
-    dup2(nowhere, STDOUT_FILENO);
-    close(nowhere);
-  }
-}
-
-QuietOutput::~QuietOutput() {
-  std::fflush(stdout);
-  if (saved_ >= 0) {
-    dup2(saved_, STDOUT_FILENO);
-    close(saved_);
-  }
 }
 
 IndexedMesh read_indexed(const std::string& path) {

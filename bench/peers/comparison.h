@@ -32,18 +32,6 @@ std::string ratio_table(const std::vector<Outcome>& outcomes);
 
 double median(std::vector<double> values);
 
-/// Keeps the standard output stream free of an algorithm's own lines while it lives.
-class QuietOutput {
- public:
-  QuietOutput();
-  ~QuietOutput();
-  QuietOutput(const QuietOutput&) = delete;
-  QuietOutput& operator=(const QuietOutput&) = delete;
-
- private:
-  int saved_;
-};
-
 /// An indexed triangle mesh, as the contestants' own structures are filled from it.
 struct IndexedMesh {
   std::vector<float> points;          // x y z

@@ -85,7 +85,12 @@ std::string Table::text() const {
     for (std::size_t k = 0; k < widths.size(); ++k) {
       const std::string cell = k < rows_[r].size() ? rows_[r][k] : "";
       const std::string pad(widths[k] - width(cell), ' ');
-      out += k == 0 ? "| " + cell + pad + " |" : " " + pad + cell + " |";
+      if (k == 0) {
+        out.append("| ").append(cell).append(pad);
+      } else {
+        out.append(" ").append(pad).append(cell);
+      }
+      out.append(" |");
     }
     out += '\n';
     if (r != 0) continue;

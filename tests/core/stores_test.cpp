@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/adjacency.h"
+#include "tests/support/files.h"
 #include "tests/support/invariants.h"
 #include "tests/support/shapes.h"
 
@@ -472,7 +473,7 @@ TEST(VertexText, is_one_line_per_live_vertex_in_any_locale) {
   s.point(1.5F, -2, 0.1F)->vector = {0, 0, 1};
   s.point(3, 3, 3)->state = 3;
   s.point(1e10F, 0, 0);
-  const std::string path = testing::TempDir() + "vertices.asc";
+  const std::string path = test_support::temp_path("vertices.asc");
   s.vertex.output(std::fopen(path.c_str(), "w"));
   std::ifstream file(path);
   std::stringstream text;

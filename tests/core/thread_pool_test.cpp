@@ -1,5 +1,3 @@
-#include "core/thread_pool.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,8 +5,7 @@
 #include <numeric>
 #include <vector>
 
-#include "core/parallel.h"
-#include "core/semaphore.h"
+#include "scanmesh/internal.h"
 
 namespace Mesh_M {
 

@@ -133,7 +133,7 @@ TEST(BinaryStl, refuses_a_directory) {
 }
 
 TEST(BinaryStl, reads_what_a_truncated_file_holds_whole) {
-  const std::string bytes = binary_stl(test_support::flat_grid(4, 1));
+  const std::string bytes = binary_stl(two_facets());
   for (std::size_t size = 84; size <= bytes.size(); ++size) {
     Mesh_M::Mesh mesh;
     ASSERT_EQ(read(mesh, bytes.substr(0, size)), 0) << size;

@@ -3,6 +3,7 @@
 #define SCANMESH_TESTS_SUPPORT_FILES_H
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -15,10 +16,11 @@
 
 namespace test_support {
 
-// One name per test, so that tests may run side by side.
+// One name per test and process, so that tests and whole suites may run side by side.
 inline std::string temp_path(const std::string& name) {
   const testing::TestInfo* const info = testing::UnitTest::GetInstance()->current_test_info();
-  return testing::TempDir() + info->test_suite_name() + "." + info->name() + "." + name;
+  return testing::TempDir() + std::to_string(getpid()) + "." + info->test_suite_name() + "." +
+         info->name() + "." + name;
 }
 
 inline std::string bytes_of_file(const std::string& path) {
@@ -35,7 +37,9 @@ inline void write_file(const std::string& path, const std::string& bytes) {
 inline FILE* open_bytes(const std::string& bytes) {
   const std::string path = temp_path("input");
   write_file(path, bytes);
-  return std::fopen(path.c_str(), "rb");
+  FILE* const stream = std::fopen(path.c_str(), "rb");
+  std::remove(path.c_str());  // the stream keeps it
+  return stream;
 }
 
 template <typename T>

@@ -1,4 +1,4 @@
-#include "holes/edge_collapse.h"
+#include "holes/patch_collapse.h"
 
 #include <array>
 #include <vector>
@@ -30,11 +30,6 @@ bool collapsible(const _edge* edge) {
     if (vert == nullptr || vert->state < 0) return false;
   }
   return true;
-}
-
-Vec3f unit_or_zero(const Vec3f& a) {
-  const double len = length(a);
-  return len > 0 ? scaled(a, 1.0 / len) : a;
 }
 
 // The cosine of the corner across from the edge in its first face. Where there is none, the value

@@ -1,6 +1,6 @@
 // The second stage of refining a patch, and the face that both stages make.
-#ifndef SCANMESH_HOLES_EDGE_COLLAPSE_H
-#define SCANMESH_HOLES_EDGE_COLLAPSE_H
+#ifndef SCANMESH_HOLES_PATCH_COLLAPSE_H
+#define SCANMESH_HOLES_PATCH_COLLAPSE_H
 
 #include "scanmesh/hole.h"
 
@@ -15,4 +15,4 @@ void add_patch_face(Mesh_R::Hole& finder, Mesh_R::_vert* a, Mesh_R::_vert* b, Me
 
 }  // namespace scanmesh
 
-#endif  // SCANMESH_HOLES_EDGE_COLLAPSE_H
+#endif  // SCANMESH_HOLES_PATCH_COLLAPSE_H

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Measures. Prints Markdown.
+#   bench.sh                      the benchmark suites of each folder
+#   bench.sh --peers [SCAN.stl]   side by side with other mesh libraries, memory, and growth with size;
+#                                 without a file on a virtual scan of the Stanford bunny
+#   bench.sh --peers --quick      fewer rounds, and growth up to a million faces only
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${SCANMESH_BUILD_ROOT:-$root/build}/bench
+out=$build/out
+
+peers=no
+rounds=5
+most=10000000
+scan=
+for argument in "$@"; do
+  case "$argument" in
+    --peers) peers=yes ;;
+    --quick) rounds=1; most=1000000 ;;
+    --*) echo "bench.sh: unknown option $argument" >&2; exit 2 ;;
+    *) scan=$argument ;;
+  esac
+done
+if [[ -n $scan && ! -r $scan ]]; then
+  echo "bench.sh: $scan can't be read" >&2
+  exit 1
+fi
+
+setup=()
+[[ $peers == yes ]] && setup+=(--peers)
+"$root/scripts/setup.sh" ${setup[@]+"${setup[@]}"} >&2
+
+mkdir -p "$out"
+log=$build/build.log
+if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
+         -DSCANMESH_BUILD_BENCH=ON -DSCANMESH_BUILD_PEERS="$([[ $peers == yes ]] && echo ON || echo OFF)" &&
+       cmake --build "$build" -j "$(nproc)"; } >"$log" 2>&1; then
+  tail -n 40 "$log" >&2
+  exit 1
+fi
+grep 'left out' "$log" >&2 || true
+
+if [[ $peers == no ]]; then
+  for suite in core formats holes refinement; do
+    printf '### %s\n\n```\n' "$suite"
+    "$build/bench/${suite}_bench" 2>/dev/null
+    printf '```\n\n'
+  done
+  exit 0
+fi
+
+if [[ -z $scan ]]; then
+  scan=$out/bunny_scan.stl
+  tar -xzf /usr/share/doc/libcgal-dev/data.tar.gz -C "$out" --strip-components=2 \
+    data/meshes/bunny00.off
+  "$build/examples/make_scan" "$out/bunny00.off" "$scan" >&2
+fi
+split=$out/split.stl
+"$build/bench/peers/peers_split_stl" "$scan" "$split"
+
+printf 'On %s, %s processors, %s.\n\n' \
+  "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" \
+  "$("${CXX:-c++}" --version | head -n 1)"
+"$build/bench/peers/peers_load" "$scan" "$split" --rounds "$rounds"
+"$build/bench/peers/peers_simplify" "$scan" "$split" --rounds "$rounds"
+"$build/bench/peers/peers_hole_share" "$scan" "$split" --rounds "$rounds"
+"$build/bench/peers/peers_memory" fresh
+"$build/bench/peers/peers_memory" "$split"
+"$build/bench/peers/peers_growth" "$most" "$out/growth.stl"
