@@ -4,7 +4,7 @@
 #include <cmath>
 #include <memory>
 
-#include "holes/edge_collapse.h"
+#include "holes/patch_collapse.h"
 #include "tests/support/hole_shapes.h"
 #include "tests/support/invariants.h"
 

@@ -196,25 +196,53 @@ TEST(InvertMatrix, RefusesPivotsBelowTheBound) {
   EXPECT_TRUE(scanmesh::invert_matrix(nullptr, 0));
 }
 
-TEST(DenseSolver, BothWaysSolveAndRefuse) {
-  // Beyond 1204 rows the system is factorised instead of inverted.
-  for (const int n : {40, 1204, 1206}) {
-    const auto size = static_cast<std::size_t>(n);
-    vector<double> a = random_matrix(n, 77);
-    for (std::size_t i = 0; i < size; ++i) {
-      for (std::size_t j = 0; j < i; ++j) a[i * size + j] = a[j * size + i];
+// A system with a known solution.
+struct System {
+  vector<double> matrix;
+  vector<double> side;
+  vector<double> solution;
+};
+
+System random_system(int n, uint64_t seed) {
+  const auto size = static_cast<std::size_t>(n);
+  System system{random_matrix(n, seed), vector<double>(size, 0.0), {}};
+  for (int i = 0; i < n; ++i) system.solution.push_back(i % 7 - 3);
+  for (std::size_t i = 0; i < size; ++i) {
+    for (std::size_t j = 0; j < size; ++j) {
+      system.side[i] += system.matrix[i * size + j] * system.solution[j];
     }
-    vector<double> expected;
-    for (int i = 0; i < n; ++i) expected.push_back(i % 7 - 3);
-    vector<double> side(size, 0.0);
-    for (std::size_t i = 0; i < size; ++i) {
-      for (std::size_t j = 0; j < size; ++j) side[i] += a[i * size + j] * expected[j];
-    }
-    ASSERT_TRUE(scanmesh::solve_dense(a, side));
-    for (std::size_t i = 0; i < size; ++i) ASSERT_NEAR(side[i], expected[i], 1e-6);
-    for (std::size_t i = 0; i < size; ++i) a[i * size + 5] = a[5 * size + i] = 0;
-    EXPECT_FALSE(scanmesh::solve_dense(a, side));
   }
+  return system;
+}
+
+TEST(DenseSolver, SolvesUnsymmetricSystemsOfBothSizes) {
+  for (const int n : {1, 40, 1206}) {
+    System system = random_system(n, 77);
+    ASSERT_TRUE(scanmesh::solve_dense(system.matrix, system.side));
+    for (std::size_t i = 0; i < system.side.size(); ++i) {
+      ASSERT_NEAR(system.side[i], system.solution[i], 1e-6);
+    }
+  }
+}
+
+TEST(DenseSolver, RefusesSingularSystemsOfBothSizes) {
+  for (const int n : {1, 40, 1206}) {
+    System system = random_system(n, 78);
+    const auto size = static_cast<std::size_t>(n);
+    for (std::size_t i = 0; i < size; ++i) system.matrix[i * size] = 0;
+    EXPECT_FALSE(scanmesh::solve_dense(system.matrix, system.side));
+  }
+  vector<double> side = {1};
+  EXPECT_FALSE(scanmesh::solve_dense({std::nan("")}, side));
+}
+
+TEST(DenseSolver, FullPivotingDecidesNearTheBound) {
+  vector<double> side = {2e-9, 3};
+  ASSERT_TRUE(scanmesh::solve_dense({2e-9, 0, 0, 1}, side));
+  EXPECT_NEAR(side[0], 1, 1e-12);
+  EXPECT_NEAR(side[1], 3, 1e-12);
+  side = {1, 1};
+  EXPECT_FALSE(scanmesh::solve_dense({0.5e-9, 0, 0, 1}, side));
 }
 
 }  // namespace
