@@ -9,7 +9,11 @@ namespace scanmesh {
 
 namespace {
 
-// Up to here, which takes in every system of thinned anchors, the explicit inverse is quick enough.
+// Pivots chosen by columns say surely that a system is regular when none of them comes near the
+// bound.
+constexpr double kDoubtfulPivot = 1000 * kSingularPivot;
+// Full pivoting decides in doubt, but takes minutes for the largest systems. Those of thinned
+// anchors have fewer rows than this.
 constexpr std::size_t kLargestInverse = 1204;
 
 struct Pivot {
@@ -84,21 +88,29 @@ bool solve_by_inverse(std::vector<double>& matrix, std::vector<double>& side) {
   return true;
 }
 
-// A blocked factorisation for what would take the inverse minutes. Its pivots are chosen by
-// columns; the bound on them keeps its meaning.
-bool solve_by_factors(std::vector<double>& matrix, std::vector<double>& side) {
-  using Matrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic>;
-  const auto n = static_cast<Eigen::Index>(side.size());
-  // The systems are symmetric: reading rows as columns changes nothing.
-  Eigen::Map<Matrix> map(matrix.data(), n, n);
-  Eigen::Ref<Matrix> in_place(map);
-  const Eigen::PartialPivLU<Eigen::Ref<Matrix>> factors(in_place);
-  const auto pivots = factors.matrixLU().diagonal().cwiseAbs();
-  if (!(pivots.minCoeff() >= kSingularPivot)) return false;
-  Eigen::Map<Eigen::VectorXd> x(side.data(), n);
-  x = factors.solve(x).eval();
-  return true;
-}
+using Matrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic>;
+
+// Works in place: the largest systems fill 290 MB. Rows are read as columns, so the transpose is
+// what is factorised.
+class Factors {
+ public:
+  Factors(std::vector<double>& matrix, std::size_t n)
+      : map_(matrix.data(), static_cast<Eigen::Index>(n), static_cast<Eigen::Index>(n)),
+        in_place_(map_),
+        factors_(in_place_) {}
+
+  double least_pivot() const { return factors_.matrixLU().diagonal().cwiseAbs().minCoeff(); }
+
+  void solve(std::vector<double>& side) const {
+    Eigen::Map<Eigen::VectorXd> x(side.data(), map_.rows());
+    x = factors_.transpose().solve(x).eval();
+  }
+
+ private:
+  Eigen::Map<Matrix> map_;
+  Eigen::Ref<Matrix> in_place_;
+  Eigen::PartialPivLU<Eigen::Ref<Matrix>> factors_;
+};
 
 }  // namespace
 
@@ -123,8 +135,16 @@ bool invert_matrix(double* a, int size) {
 }
 
 bool solve_dense(std::vector<double> matrix, std::vector<double>& side) {
-  if (side.size() <= kLargestInverse) return solve_by_inverse(matrix, side);
-  return solve_by_factors(matrix, side);
+  const std::size_t n = side.size();
+  const bool small = n <= kLargestInverse;
+  std::vector<double> kept;
+  if (small) kept = matrix;
+  const Factors factors(matrix, n);
+  const double least = factors.least_pivot();
+  if (small && !(least >= kDoubtfulPivot)) return solve_by_inverse(kept, side);
+  if (!(least >= kSingularPivot)) return false;
+  factors.solve(side);
+  return true;
 }
 
 }  // namespace scanmesh

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "scanmesh/curvature.h"
@@ -56,6 +57,7 @@ struct Reflector {
     const double length = std::hypot(x[0], rest);
     const double image = x[0] > 0 ? -length : length;
     const double head = x[0] - image;
+    x[0] = head;
     // With a leading 1 nothing overflows that didn't overflow in the length.
     for (double& value : x) value /= head;
     scale = -head / image;
