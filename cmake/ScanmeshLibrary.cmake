@@ -12,6 +12,9 @@ target_link_libraries(scanmesh PRIVATE OpenMP::OpenMP_CXX Threads::Threads
 target_compile_features(scanmesh PUBLIC cxx_std_17)
 target_include_directories(scanmesh PUBLIC
   $<BUILD_INTERFACE:${scanmesh_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
+if(UNIX AND NOT APPLE)
+  target_link_options(scanmesh PRIVATE -Wl,-Bsymbolic-functions)
+endif()
 set_target_properties(scanmesh PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
 
 if(SCANMESH_IS_TOP AND BUILD_TESTING)

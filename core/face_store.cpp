@@ -48,16 +48,20 @@ bool repair_all(Vertex& vertices, MemS::MemAllo<_face>& faces) {
 }
 
 // One round over the marked faces; a face that stands right loses its mark, a turned one keeps it.
-void repair_marked(Vertex& vertices, MemS::MemAllo<_face>& faces) {
+// True while a turn has left marks for another round.
+bool repair_marked(Vertex& vertices, MemS::MemAllo<_face>& faces) {
+  bool turned = false;
   for (int i = 0, n = faces.size(); i < n; ++i) {
     _face& face = faces[i];
     if (face.state >= 1) continue;
     if (faces_away(face)) {
       turn_over(vertices, face);
+      turned = true;
     } else {
       scanmesh::flip_state(&face);
     }
   }
+  return turned;
 }
 
 }  // namespace
@@ -136,7 +140,8 @@ void Face::refresh_vector(_face* face) {
 
 void Face::check_vector() {
   if (!repair_all(*vert_store, records)) return;
-  for (int round = 0; round < kRepairRounds; ++round) repair_marked(*vert_store, records);
+  int rounds = 0;
+  while (rounds < kRepairRounds && repair_marked(*vert_store, records)) ++rounds;
   scanmesh::parallel_over(records, scanmesh::processor_count(), [](_face& face) {
     if (face.state < 0) scanmesh::flip_state(&face);
   });
