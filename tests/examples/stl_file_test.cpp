@@ -1,4 +1,5 @@
 #include "support/stl_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +16,7 @@ using demo::StlKind;
 // A file that is gone when the test ends.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const std::string& bytes)
-      : path_(testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() +
-              ".stl") {
+  explicit TemporaryFile(const std::string& bytes) : path_(test_support::temp_path("scan.stl")) {
     std::ofstream(path_, std::ios::binary) << bytes;
   }
   ~TemporaryFile() { std::remove(path_.c_str()); }

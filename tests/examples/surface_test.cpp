@@ -1,4 +1,5 @@
 #include "support/surface.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +10,7 @@
 namespace {
 
 bool read(const std::string& text, demo::Surface& surface) {
-  const std::string path =
-      testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + ".off";
+  const std::string path = test_support::temp_path("text.off");
   std::ofstream(path, std::ios::binary) << text;
   std::string error;
   const bool good = demo::read_off(path, surface, error);
@@ -46,7 +46,7 @@ TEST(Off, WrittenAndReadBackToTheLastBit) {
   demo::Surface s;
   s.points = {{0.1, 1.0 / 3, -1e-300}, {1e20, 2, 3}, {4, 5, 6}};
   s.faces = {{0, 1, 2}};
-  const std::string path = testing::TempDir() + "written.off";
+  const std::string path = test_support::temp_path("written.off");
   ASSERT_TRUE(demo::write_off(path, s));
   demo::Surface back;
   std::string error;

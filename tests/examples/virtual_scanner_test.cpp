@@ -17,6 +17,7 @@
 #include "support/distance.h"
 #include "support/stl_file.h"
 #include "support/surface.h"
+#include "tests/support/files.h"
 
 namespace {
 
@@ -104,7 +105,7 @@ std::string bytes_of(const std::string& path) {
 }
 
 std::string written(const demo::Scan& s, const std::string& name) {
-  const std::string path = testing::TempDir() + name;
+  const std::string path = test_support::temp_path(name);
   EXPECT_TRUE(demo::write_stl(path, s.triangles));
   std::string bytes = bytes_of(path);
   std::remove(path.c_str());

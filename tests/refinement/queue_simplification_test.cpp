@@ -305,7 +305,8 @@ TEST(Simplify, target_0_without_a_limit_runs_all_10000_iterations) {
   // The inner vertex can't go, so faces are left over.
   auto mesh = test_support::flat_grid(2, 1).mesh();
   int last = 0;
-  mesh->setProcessStepCallback([&](qv::alg::ProcessStepInfoType& info) { return last = info.step; });
+  mesh->setProcessStepCallback(
+      [&](qv::alg::ProcessStepInfoType& info) { return last = info.step; });
   mesh->Mesh_Queue_Simplify(nullptr, nullptr);
   EXPECT_EQ(last, 10000);
   EXPECT_GT(mesh->face.real_num, 0);
