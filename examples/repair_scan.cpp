@@ -178,7 +178,8 @@ int main(int argc, char** argv) {
 
   Mesh_M::Mesh mesh;
   const demo::Stopwatch watch;
-  if (!load(options.scan, mesh)) return fail(options.scan, "can't be read as STL");
+  if (!load(options.scan, mesh))
+    return fail(options.scan, "is no STL file, or too large for the memory at hand");
   demo::RepairReport report;
   report.seconds.emplace_back("Reading", watch.seconds());
   repair(mesh, options, report);
