@@ -188,12 +188,12 @@ void remove_leftovers(Hole& finder) {
 void project_patch(Hole& finder, const std::vector<_vert*>& base,
                    const std::vector<Vec3f>& anchors) {
   Face& faces = *finder.face_store;
-  int m = finder.added_verts.size();
-  std::vector<Vec3f> positions(static_cast<std::size_t>(m));
-  std::vector<_vert*> verts(static_cast<std::size_t>(m));
-  // The count carries over from round to round: each looks at as many leading entries as the last
-  // one found live.
+  const int listed_count = finder.added_verts.size();
+  std::vector<Vec3f> positions(static_cast<std::size_t>(listed_count));
+  std::vector<_vert*> verts(static_cast<std::size_t>(listed_count));
+  int m = 0;
   for (int i = 0; i < kPatchRelaxations; ++i) {
+    m = listed_count;  // every round looks at all of the list, and counts what is live of it
     finder.laplacian_buffer(positions.data(), m, verts.data());
   }
   scanmesh::RbfContext context;
@@ -205,6 +205,8 @@ void project_patch(Hole& finder, const std::vector<_vert*>& base,
     refresh_faces_around(faces, verts[k]);
   }
   for (const _vert* vert : base) refresh_faces_around(faces, vert);
+  // As many as were projected, from the head of the list: entries that refinement has deleted there
+  // count, so that the last of the list may keep the normal that refinement gave them.
   for (int i = 0; i < m; ++i) finder.vert_store->R_cal_vector(finder.added_verts[i]);
 }
 

@@ -31,7 +31,10 @@ int Mesh::get_hole_num() {
 
 float* Mesh::get_hole_index(int hole_number, int& n) {
   const Mesh_R::_hole* const ring = hole[hole_number];
-  if (ring == nullptr) return nullptr;
+  if (ring == nullptr) {
+    n = 0;
+    return nullptr;
+  }
   const int edges = ring->edges->size();
   n = 6 * edges;
   float* const data = new float[static_cast<std::size_t>(n)];

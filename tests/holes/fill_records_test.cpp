@@ -142,7 +142,7 @@ TEST_F(Records, RelaxationLooksAtLeadingEntriesInDefaultStateOnly) {
   EXPECT_EQ(n, 1);
   EXPECT_EQ(verts[0], mesh->vertex[9]);
   EXPECT_EQ(mesh->vertex[10]->point.x, 2.0F);
-  // The count that comes back is what the next round looks at: entry 0, which is deleted.
+  // A count that is handed on says how many leading entries to look at: entry 0, which is deleted.
   hole().laplacian_buffer(out, n, verts);
   EXPECT_EQ(n, 0);
 }

@@ -29,10 +29,17 @@ TEST(RingSplitting, FigureOfEightWhoseWalkPassesTheJunctionTwiceIsCut) {
   EXPECT_EQ(ring_lengths(*mesh), (vector<int>{0, 3, 3}));
   int n = 7;
   EXPECT_EQ(mesh->get_hole_index(0, n), nullptr);
+  EXPECT_EQ(n, 0);
   // The cut-off loop runs backwards from the junction; the remainder in walking order.
   EXPECT_EQ(edge_numbers(*mesh, mesh->hole[1]), (vector<int>{1, 2, 0}));
   EXPECT_EQ(edge_numbers(*mesh, mesh->hole[2]), (vector<int>{4, 3, 5}));
   EXPECT_TRUE(all_states_default(*mesh));
+}
+
+TEST(RingSplitting, EdgeTotalCountsWhatACutOffLoopTakesButItsFirstEdge) {
+  const auto mesh = figure_of_eight({1, 2, 0}).mesh();
+  mesh->build_hole();
+  EXPECT_EQ(mesh->hole.edge_total, 6 + 2);
 }
 
 TEST(RingSplitting, RingWithoutJunctionStaysAsItIs) {
