@@ -13,7 +13,9 @@ target_compile_features(scanmesh PUBLIC cxx_std_17)
 target_include_directories(scanmesh PUBLIC
   $<BUILD_INTERFACE:${scanmesh_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 if(UNIX AND NOT APPLE)
-  target_link_options(scanmesh PRIVATE -Wl,-Bsymbolic-functions)
+  target_link_options(scanmesh PRIVATE -Wl,-Bsymbolic-functions
+    -Wl,--version-script=${scanmesh_SOURCE_DIR}/cmake/scanmesh.map)
+  set_target_properties(scanmesh PROPERTIES LINK_DEPENDS ${scanmesh_SOURCE_DIR}/cmake/scanmesh.map)
 endif()
 set_target_properties(scanmesh PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
 

@@ -22,6 +22,10 @@ bool too_small(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
   return scanmesh::welds(a, b) || scanmesh::welds(b, c) || scanmesh::welds(a, c);
 }
 
+bool all_finite(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
+  return scanmesh::finite(a) && scanmesh::finite(b) && scanmesh::finite(c);
+}
+
 // Each corner may gain two edges and three entries of the face. Beyond the counters' 16 bits a face
 // can't be entered everywhere, so it isn't made at all.
 bool has_room(const _vert* vert) {
@@ -57,11 +61,12 @@ _vert* weld(Mesh& mesh, Vec3f& point) {
 // True when the triangle was taken; `face` is null for a duplicate.
 bool insert_welded(Mesh& mesh, Vec3f& a, Vec3f& b, Vec3f& c, Vec3f& normal, _face*& face) {
   if (too_small(a, b, c)) return false;
-  normal = scanmesh::unit_normal(a, b, c);
-  if (std::isnan(normal.x)) return false;
-  // The octree can't hold such corners: its cells would split without end.
-  if (mesh.oct.root == nullptr) return false;
-  if (!scanmesh::finite(a) || !scanmesh::finite(b) || !scanmesh::finite(c)) return false;
+  const Vec3f product = scanmesh::corner_cross(a, b, c);
+  normal = scanmesh::normalized(product, scanmesh::kTinyNormal);
+  if (std::isnan(normal.x) || mesh.oct.root == nullptr) return false;
+  // The octree can't hold corners that aren't finite: its cells would split without end. A finite
+  // product has finite corners.
+  if (!scanmesh::finite(product) && !all_finite(a, b, c)) return false;
   _vert* const corner_a = weld(mesh, a);
   _vert* const corner_b = weld(mesh, b);
   _vert* const corner_c = weld(mesh, c);

@@ -23,7 +23,7 @@ inline int one_and_a_half_processors() {
 }
 
 // A loop over fewer records is over before a second thread has woken up.
-constexpr int kShareFrom = 8192;
+constexpr int kShareFrom = 65536;
 
 // Calls body(record) for every record of a store, static schedule, on as many threads as told. The
 // thread count is global to the runtime: a later loop that doesn't set it inherits it.

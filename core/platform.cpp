@@ -77,9 +77,15 @@ MemoryStatus memory_status() {
     text[read] = 0;
     std::fclose(file);
   }
-  MemoryStatus status;
+  MemoryStatus status{};
   status.physical_total = memory_line(text, "MemTotal:");
   status.physical_free = memory_line(text, "MemAvailable:");
+  if (status.physical_total == 0) {
+    // Without /proc the kernel still tells about physical memory.
+    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    status.physical_total = static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) * page;
+    status.physical_free = static_cast<uint64_t>(sysconf(_SC_AVPHYS_PAGES)) * page;
+  }
   status.page_total = status.physical_total + memory_line(text, "SwapTotal:");
   status.page_free = status.physical_free + memory_line(text, "SwapFree:");
   return status;

@@ -14,7 +14,7 @@ namespace {
 constexpr int kNodeBlock = 100000;
 constexpr int kNodeTable = 1000;
 constexpr int kCells = 8;
-constexpr std::size_t kRecentEntries = std::size_t{1} << 16;
+constexpr int kRecentBits = 16;
 
 // Slot of a child by which side of the centre a point lies on: z below 4, y below 2, x below 1.
 constexpr int kSlot[kCells] = {0, 1, 4, 5, 3, 2, 7, 6};
@@ -41,15 +41,25 @@ uint32_t bits_of(float value) {
   return bits;
 }
 
+// The upper bits are the ones that every coordinate has stirred.
 std::size_t hash_of(const Vec3f& point) {
-  uint64_t h = bits_of(point.x) * 0x9E3779B97F4A7C15ULL;
-  h = (h ^ (h >> 29) ^ bits_of(point.y)) * 0xBF58476D1CE4E5B9ULL;
-  h = (h ^ (h >> 31) ^ bits_of(point.z)) * 0x94D049BB133111EBULL;
-  return static_cast<std::size_t>(h >> 33);
+  const uint64_t h = bits_of(point.x) * 0x9E3779B97F4A7C15ULL +
+                     bits_of(point.y) * 0xC2B2AE3D27D4EB4FULL +
+                     bits_of(point.z) * 0x165667B19E3779F9ULL;
+  return static_cast<std::size_t>((h ^ (h >> 32)) * 0xD6E8FEB86659FD93ULL >> (64 - kRecentBits));
 }
 
 bool same_point(const Vec3f& a, const Vec3f& b) {
   return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+}  // namespace
+
+namespace {
+
+// A point of which the way down is that of the node.
+const Vec3f& guide_of(const oct_node* node) {
+  return node->inner ? node->child[kCells]->center : node->center;
 }
 
 }  // namespace
@@ -92,7 +102,7 @@ void VertexOctree::inalize(const MemS::Point3v<float>& center, float half) {
   root->child = new_children();
   box = {center.x + half, center.x - half, center.y + half,
          center.y - half, center.z + half, center.z - half};
-  recent_.assign(kRecentEntries, nullptr);
+  recent_.assign(std::size_t{1} << kRecentBits, nullptr);
 }
 
 oct_node** VertexOctree::new_children() {
@@ -110,13 +120,14 @@ oct_node* VertexOctree::new_leaf(oct_node* parent, float half, const MemS::Point
 }
 
 oct_node*& VertexOctree::recent(const MemS::Point3v<float>& point) {
-  return recent_[hash_of(point) & (recent_.size() - 1)];
+  return recent_[hash_of(point)];
 }
 
 oct_node* VertexOctree::insert(const MemS::Point3v<float>& point, OctreeMode mode) {
-  if (root == nullptr || !scanmesh::finite(point)) return nullptr;
+  if (root == nullptr) return nullptr;
   oct_node*& known = recent(point);
   if (known != nullptr && same_point(known->center, point)) return known;
+  if (!scanmesh::finite(point)) return nullptr;
   oct_node* const leaf = descend(point, mode);
   // Only a leaf that stores exactly this point answers for it: the way down is the same then.
   if (same_point(leaf->center, point)) known = leaf;
@@ -173,11 +184,12 @@ oct_node* VertexOctree::descend(const MemS::Point3v<float>& point, OctreeMode mo
       if (node->child[kCells] == nullptr) node->child[kCells] = leaf;
       return node->child[slot] = leaf;
     }
-    const Vec3f guide = resident->inner ? resident->child[kCells]->center : resident->center;
     // The levels above the resident's own cell hold nothing else, so they aren't stored.
     while (cell.half > resident->half) {
       const int side = slot_of(point, cell.center);
-      if (side != slot_of(guide, cell.center)) return part(node, slot, cell, resident, point);
+      if (side != slot_of(guide_of(resident), cell.center)) {
+        return part(node, slot, cell, resident, point);
+      }
       step_down(side);
     }
     if (resident->inner) {
@@ -188,7 +200,7 @@ oct_node* VertexOctree::descend(const MemS::Point3v<float>& point, OctreeMode mo
     // Splits the leaf's cell until the two points part or the cell is too small.
     while (!(cell.half < min_half) && !cell.frozen_from(parent)) {
       const int side = slot_of(point, cell.center);
-      if (side != slot_of(guide, cell.center)) {
+      if (side != slot_of(resident->center, cell.center)) {
         resident->half = cell.half * 0.5F;
         return part(node, slot, cell, resident, point);
       }

@@ -25,8 +25,11 @@ struct Extent {
   bool empty = true;
 
   void include(const Vec3f& p) {
-    if (empty) low = high = p;
-    empty = false;
+    if (empty) {
+      low = high = p;
+      empty = false;
+      return;
+    }
     low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
     high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
   }

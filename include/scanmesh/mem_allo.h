@@ -13,7 +13,25 @@
 #include <type_traits>
 #include <utility>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace MemS {
+
+/// Makes the pages of a stretch of memory resident in one go where the system can: a page fault
+/// each costs several times as much. The contents stay; a refusal changes nothing.
+inline void touch_pages(void* start, std::size_t bytes) {
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+  constexpr std::uintptr_t kPage = 4096;
+  const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(start) + kPage - 1) & ~(kPage - 1);
+  const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(start) + bytes) & ~(kPage - 1);
+  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+#else
+  (void)start;
+  (void)bytes;
+#endif
+}
 
 /// Growable array of T in blocks of equal size.
 ///
@@ -112,8 +130,13 @@ class MemAllo {
  private:
   struct alignas(std::max_align_t) Header {
     int32_t constructed;
+    int32_t touched;  // elements whose pages were made resident ahead
   };
   static_assert(alignof(T) <= alignof(Header), "elements follow the header directly");
+  // Blocks from here on are mapped afresh, page by page.
+  static constexpr std::size_t kMappedBytes = std::size_t{1} << 20;
+  // How far ahead of its elements a block is made resident at most.
+  static constexpr std::size_t kTouchedBytes = std::size_t{1} << 18;
 
   static Header* header(const T* elements) {
     return reinterpret_cast<Header*>(const_cast<char*>(reinterpret_cast<const char*>(elements)) -
@@ -132,6 +155,7 @@ class MemAllo {
     void* const raw = std::malloc(bytes);
     if (raw == nullptr) throw std::bad_alloc();
     static_cast<Header*>(raw)->constructed = 0;
+    static_cast<Header*>(raw)->touched = bytes < kMappedBytes ? block_size : 0;
     return reinterpret_cast<T*>(static_cast<char*>(raw) + sizeof(Header));
   }
 
@@ -152,8 +176,18 @@ class MemAllo {
     block_capacity *= 3;
   }
 
+  // As much again as there is, up to a limit: a small mesh stays small.
+  void touch_ahead(T* elements, int32_t end) {
+    const int32_t most = static_cast<int32_t>(kTouchedBytes / sizeof(T)) + 1;
+    const int32_t ahead = end < most ? end : most;
+    const int32_t last = block_size - end < ahead ? block_size : end + ahead;
+    touch_pages(elements + end, static_cast<std::size_t>(last - end) * sizeof(T));
+    header(elements)->touched = last;
+  }
+
   void construct_to(T* elements, int32_t end) {
     int32_t& constructed = header(elements)->constructed;
+    if (end > header(elements)->touched) touch_ahead(elements, end);
     if constexpr (std::is_trivially_default_constructible_v<T>) {
       if (constructed < end) constructed = end;
     } else {
