@@ -1,6 +1,7 @@
 #include "core/adjacency.h"
 #include "core/compaction.h"
 #include "core/face_building.h"
+#include "core/live_records.h"
 #include "core/parallel.h"
 #include "core/vector_math.h"
 #include "scanmesh/stores.h"
@@ -113,9 +114,7 @@ int Face::get_face_no(_face* face) {
 }
 
 int Face::get_real_facenum() {
-  int live = 0;
-  for (int i = 0, n = records.size(); i < n; ++i) live += records[i].state != kStateDeleted;
-  return live;
+  return scanmesh::count_live(records);
 }
 
 void Face::refresh_vector(_face* face) {

@@ -2,6 +2,7 @@
 #include <cassert>
 #include <cstring>
 
+#include "core/live_records.h"
 #include "scanmesh/mesh.h"
 
 namespace Mesh_M {
@@ -12,34 +13,17 @@ using Mesh_R::_vert;
 
 namespace {
 
-template <typename Store>
-int slots(Store& store) {
-  return store.records.size();
-}
-
-template <typename Store, typename Visit>
-void for_each_live(Store& store, Visit visit) {
-  for (int i = 0, n = slots(store); i < n; ++i) {
-    auto& record = store.records[i];
-    if (record.state != Mesh_R::kStateDeleted) visit(record);
-  }
-}
-
-template <typename Store>
-int count_live(Store& store) {
-  int live = 0;
-  for_each_live(store, [&](auto&) { ++live; });
-  return live;
-}
+using scanmesh::count_live;
+using scanmesh::for_each_live;
 
 // `width` values per live record, written by `write(record, out)`; null when there is none.
 template <typename Value, typename Store, typename Write>
 Value* gather(Store& store, int width, int& n, Write write) {
-  n = count_live(store);
+  n = count_live(store.records);
   if (n == 0) return nullptr;
   Value* const values = new Value[static_cast<std::size_t>(n) * static_cast<std::size_t>(width)];
   Value* out = values;
-  for_each_live(store, [&](auto& record) {
+  for_each_live(store.records, [&](auto& record) {
     write(record, out);
     out += width;
   });
@@ -50,12 +34,12 @@ Value* gather(Store& store, int width, int& n, Write write) {
 template <typename Store, typename Test>
 int* gather_positions(Store& store, int& n, Test test) {
   n = 0;
-  for_each_live(store, [&](auto& record) { n += test(record) ? 1 : 0; });
+  for_each_live(store.records, [&](auto& record) { n += test(record) ? 1 : 0; });
   if (n == 0) return nullptr;
   int* const positions = new int[static_cast<std::size_t>(n)];
   int* out = positions;
   int live = 0;
-  for_each_live(store, [&](auto& record) {
+  for_each_live(store.records, [&](auto& record) {
     if (test(record)) *out++ = live;
     ++live;
   });
@@ -88,23 +72,23 @@ bool all_corners_live(const _face& face) {
 
 void Mesh::refresh_point_index() {
   int next = 0;
-  for_each_live(vertex, [&](_vert& vert) { vert.index = next++; });
+  for_each_live(vertex.records, [&](_vert& vert) { vert.index = next++; });
 }
 
 int* Mesh::get_point_index(int& n) {
   refresh_point_index();
-  n = count_live(vertex);
+  n = count_live(vertex.records);
   int* const numbers = new int[static_cast<std::size_t>(n)];
   for (int i = 0; i < n; ++i) numbers[i] = i;
   return numbers;
 }
 
 int* Mesh::get_edge_index(int& n) {
-  const int live = count_live(edge);
+  const int live = count_live(edge.records);
   n = 2 * live;
   int* const ends = new int[static_cast<std::size_t>(n)];
   int* out = ends;
-  for_each_live(edge, [&](_edge& record) {
+  for_each_live(edge.records, [&](_edge& record) {
     *out++ = record.vert[0]->index;
     *out++ = record.vert[1]->index;
   });
@@ -166,14 +150,14 @@ int* Mesh::getface_prtotectded(int& n) {
 
 int Mesh::getvert_info(float** points, float** vectors, int** flags, int& n) {
   if (points == nullptr || vectors == nullptr || flags == nullptr) return -1;
-  n = count_live(vertex);
+  n = count_live(vertex.records);
   if (n == 0) return 0;
   // Hosts are written against this: the cells of their own pointer arrays receive the values, and
   // the first flag goes to a new array that the first cell of `flags` names afterwards. The arrays
   // for points and normals would be overwritten at once, so they aren't made.
   flags[0] = new int[static_cast<std::size_t>(n)]();
   std::ptrdiff_t k = 0;
-  for_each_live(vertex, [&](_vert& vert) {
+  for_each_live(vertex.records, [&](_vert& vert) {
     std::memcpy(static_cast<void*>(points + 3 * k), &vert.point, sizeof(vert.point));
     std::memcpy(static_cast<void*>(vectors + 3 * k), &vert.vector, sizeof(vert.vector));
     *flags[k] = vert.flags;

@@ -1,6 +1,7 @@
 // A mesh flattened, collapsed and rebuilt.
 #include <vector>
 
+#include "core/live_records.h"
 #include "refinement/edge_collapse.h"
 #include "scanmesh/mesh.h"
 
@@ -10,24 +11,15 @@ namespace {
 
 constexpr double kStartAggression = 3.0;
 
-template <typename Store, typename Visit>
-void for_each_live(Store& records, Visit visit) {
-  for (int i = 0, n = records.size(); i < n; ++i) {
-    if (records[i].state != Mesh_R::kStateDeleted) visit(records[i]);
-  }
-}
-
 void flatten(Mesh& mesh, scanmesh::EdgeCollapse& work) {
-  std::size_t live = 0;
-  for_each_live(mesh.vertex.records, [&](Mesh_R::_vert&) { ++live; });
-  work.verts.reserve(live);
-  for_each_live(mesh.vertex.records, [&](Mesh_R::_vert& vert) {
+  work.verts.reserve(static_cast<std::size_t>(scanmesh::count_live(mesh.vertex.records)));
+  scanmesh::for_each_live(mesh.vertex.records, [&](Mesh_R::_vert& vert) {
     scanmesh::sim_vert flat;
     flat.pos = {vert.point.x, vert.point.y, vert.point.z};
     work.verts.push_back(flat);
   });
   work.tris.reserve(static_cast<std::size_t>(mesh.face.get_real_facenum()));
-  for_each_live(mesh.face.records, [&](Mesh_R::_face& face) {
+  scanmesh::for_each_live(mesh.face.records, [&](Mesh_R::_face& face) {
     scanmesh::sim_tri flat{};
     flat.dirty = -1;
     for (int i = 0; i < 3; ++i) flat.vid[i] = face.vert[i]->index;
