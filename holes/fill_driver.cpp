@@ -2,6 +2,8 @@
 // clipping, edge refinement and projection.
 #include "holes/fill_driver.h"
 
+#include <algorithm>
+
 #include "core/face_building.h"
 #include "holes/neighbourhood.h"
 #include "holes/rbf_projection.h"
@@ -67,6 +69,15 @@ void laplacian_hole_vert(const std::vector<Mesh_R::_vert*>& verts, int iteration
   for (int round = 0; round < iterations; ++round) {
     for (std::size_t i = 0; i < verts.size(); ++i) means[i] = neighbour_mean(verts[i]);
     for (std::size_t i = 0; i < verts.size(); ++i) verts[i]->point = means[i];
+  }
+}
+
+void remove_leftovers(Mesh_R::Hole& finder) {
+  for (int i = 0, n = finder.added_faces.size(); i < n; ++i) {
+    Mesh_R::_face* const face = finder.added_faces[i];
+    if (face->state == Mesh_R::kStateDeleted) continue;
+    const auto free_edge = [](const Mesh_R::_edge* edge) { return edge->face_num == 1; };
+    if (std::any_of(face->edge, face->edge + 3, free_edge)) finder.face_store->dele_face(face);
   }
 }
 
@@ -169,21 +180,6 @@ void release(Record* record) {
   if (record->state < 0) scanmesh::flip_state(record);
 }
 
-// Faces left at the patch's rim with a free edge. Each is looked at once, in list order: a removal
-// frees edges of later faces, which go too, and of earlier ones, which stay.
-void remove_leftovers(Hole& finder) {
-  for (int i = 0, n = finder.added_faces.size(); i < n; ++i) {
-    _face* const face = finder.added_faces[i];
-    if (face->state == kStateDeleted) continue;
-    for (const _edge* edge : face->edge) {
-      if (edge->face_num == 1) {
-        finder.face_store->dele_face(face);
-        break;
-      }
-    }
-  }
-}
-
 // Moves the patch onto the surface through the anchors, and sets normals.
 void project_patch(Hole& finder, const std::vector<_vert*>& base,
                    const std::vector<Vec3f>& anchors) {
@@ -256,7 +252,7 @@ void Hole::fill_Hole_No(float f, int hole, int rings3) {
     release(edge);
   }
   project_patch(*this, opening.base, anchors);
-  remove_leftovers(*this);
+  scanmesh::remove_leftovers(*this);
   refresh_new_faces(*face_store, opening.first_face);
 }
 

@@ -30,6 +30,11 @@ void laplacian_hole_vert(const std::vector<Mesh_R::_vert*>& verts, int iteration
 // The mean of the far ends of the vertex's edges, summed in double; its own place when it has none.
 Vec3f neighbour_mean(const Mesh_R::_vert* vert);
 
+// Deletes the added faces that have a free edge, left at the patch's rim. Each is looked at once,
+// in list order: a removal frees edges of later faces, which go too, and of earlier ones, which
+// stay.
+void remove_leftovers(Mesh_R::Hole& finder);
+
 }  // namespace scanmesh
 
 #endif  // SCANMESH_HOLES_FILL_DRIVER_H
