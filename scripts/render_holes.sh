@@ -18,8 +18,8 @@ cmake --build "$build" --target fill_to_pov >/dev/null
 work=$build/render_holes
 mkdir -p "$work" "$pictures"
 
-# render NAME SIGHT ZOOM: SIGHT is where the camera looks from, ZOOM the width shown of each model
-# in units of its extent.
+# render NAME SIGHT ZOOM AIM: SIGHT is where the camera looks from, ZOOM the width shown of each
+# model in units of its extent, AIM the point in the middle.
 render() {
   local name=$1 sight=$2 zoom=$3 aim=$4
   tar -xzf "$meshes" -C "$work" --strip-components=2 "data/meshes/$name.off"
@@ -56,7 +56,7 @@ object { before texture { Outside } interior_texture { Inside } translate Aside 
 object { rest texture { Outside } interior_texture { Inside } translate -Aside * 0.5 }
 object { patches texture { Patched } interior_texture { Inside } translate -Aside * 0.5 }
 SCENE
-  (cd "$work" && povray "+I$name.pov" "+O$pictures/hole_$name.png" +W1400 +H700 +A0.1 +AM2 +R3 \
+  (cd "$work" && povray "+I$name.pov" "+O$pictures/hole_$name.png" +W1300 +H650 +A0.1 +AM2 +R3 \
     -D -GA >"$name.log" 2>&1) || {
     tail -n 20 "$work/$name.log" >&2
     exit 1
@@ -64,6 +64,6 @@ SCENE
   echo "$pictures/hole_$name.png: $(($(stat -c %s "$pictures/hole_$name.png") / 1024)) KiB"
 }
 
+render elephant-with-holes '<0.5, 0.2, -1>' 1.05 '<0, 0, 0>'
 render lion '<0.5, 0.2, -1>' 1.1 '<0, 0, 0>'
-render mech-holes-shark '<0.5, 0.4, -1>' 1.1 '<0, 0, 0>'
-render elephant-with-holes '<0.5, 0.2, -1>' 1.1 '<0, 0, 0>'
+render mech-holes-shark '<-0.9, 0.35, -0.6>' 1.7 '<0, 0, 0>'
