@@ -72,18 +72,19 @@ void add_truth_row(const peers::HoleCase& hole, const std::vector<HoleFiller>& f
                    demo::Table& table, Totals& totals) {
   const std::vector<FilledSurface> results = run(fillers, rounds, hole.surface, &hole.rim_point);
   std::vector<peers::Deviation> found;
-  for (std::size_t i = 0; i < fillers.size(); ++i) {
-    const std::string name = i == 0 ? hole.name : "";
-    if (results[i].patches.size() != 1) {
-      table.add({name, "", fillers[i].name, "no patch", "", "", ""});
-      continue;
+  for (const FilledSurface& result : results) {
+    if (result.patches.size() != 1) {
+      table.add({hole.name + ": not filled"});
+      return;
     }
-    found.push_back(peers::deviation(results[i].patches.front(), hole.truth));
-    const peers::Deviation& d = found.back();
-    table.add({name, i == 0 ? std::to_string(d.ring_edges) : "", fillers[i].name,
-               demo::number(percent * d.rms, 4), demo::number(percent * d.most, 4),
-               demo::number(d.seam, 2), demo::number(1e3 * results[i].seconds, 2)});
+    found.push_back(peers::deviation(result.patches.front(), hole.truth));
   }
+  std::vector<std::string> row{hole.name, std::to_string(found.front().ring_edges)};
+  for (const auto& d : found) row.push_back(demo::number(percent * d.rms, 4));
+  for (const auto& d : found) row.push_back(demo::number(percent * d.most, 3));
+  for (const auto& d : found) row.push_back(demo::number(d.seam, 2));
+  for (const FilledSurface& r : results) row.push_back(demo::number(1e3 * r.seconds, 2));
+  table.add(row);
   if (found.size() != 2) return;
   totals.rms.add(found[0].rms, found[1].rms);
   totals.most.add(found[0].most, found[1].most);
@@ -92,7 +93,11 @@ void add_truth_row(const peers::HoleCase& hole, const std::vector<HoleFiller>& f
 }
 
 void compare_with_truth(const std::vector<HoleFiller>& fillers, int rounds) {
-  demo::Table table({"hole", "edges", "", "RMS, %", "maximum, %", "seam, °", "ms"});
+  std::vector<std::string> head{"hole", "edges"};
+  for (const char* const what : {"RMS, %", "maximum, %", "seam, °", "ms"}) {
+    for (const HoleFiller& filler : fillers) head.push_back(what + (", " + filler.name));
+  }
+  demo::Table table(head);
   Totals totals;
   for (const double noise : noise_levels) {
     for (const peers::HoleCase& hole : peers::hole_cases(noise)) {
