@@ -22,6 +22,9 @@ struct JoinedSurface {
   std::vector<Point> points;
   std::vector<Triangle> faces;  // the patch's first
   std::size_t patch_faces = 0;
+  double ring_weight = 1.0;  // of the bending at the ring against that of the patch itself
+
+  double weight(int v) const { return v < ring_size ? ring_weight : 1.0; }
 
   int size() const { return static_cast<int>(points.size()); }
   bool is_free(int v) const { return v >= ring_size && v < patch_size; }

@@ -20,7 +20,7 @@ constexpr int status_refused = -1;
 constexpr double coarse_growth = 0.9;
 constexpr int small_rounds = 2;
 // Patches that come out smaller than this go without the coarse stage.
-constexpr double least_dense_count = 20.0;
+constexpr double least_dense_count = 40.0;
 constexpr int coarse_rounds = 3;
 constexpr int dense_rounds = 1;
 

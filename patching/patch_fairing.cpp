@@ -29,6 +29,10 @@ constexpr double spread_tolerance = 1e-4;
 constexpr int curvature_rows = 2;
 // Passes of (1/4, 1/2, 1/4) along the ring that calm the curvature of a noisy region.
 constexpr int curvature_passes = 8;
+// On a clean region the tangent at the ring is worth this much more than least bending inside; from
+// this roughness on (curvature against its neighbours', per mean edge) it's no better.
+constexpr double clean_ring_gain = 0.6;
+constexpr double most_roughness = 0.06;
 
 // One row per vertex that the energy counts: the Laplacian times the root of the area, so that the
 // squared rows add up to an integral. Columns are all vertices.
@@ -39,7 +43,7 @@ SparseByRow bending_rows(const JoinedSurface& surface, const Laplacian& laplacia
   for (int v = 0; v < surface.patch_size; ++v) {
     rows.startVec(v);
     if (laplacian.closed[v] == 0) continue;
-    const double root = std::sqrt(laplacian.area[v]);
+    const double root = std::sqrt(laplacian.area[v]) / surface.weight(v);
     double sum = 0.0;
     for (SparseMatrix::InnerIterator it(laplacian.weights, v); it; ++it) sum += it.value();
     bool diagonal_done = false;
@@ -131,10 +135,29 @@ std::vector<Curvature> region_curvature(const JoinedSurface& surface, const Lapl
   return result;
 }
 
+// How far the curvature of the region's vertices lies from the mean of their neighbours', root mean
+// square: what noise adds, for a smooth surface has next to none.
+double roughness(const JoinedSurface& surface, const Laplacian& laplacian,
+                 const std::vector<Curvature>& own) {
+  double squares = 0.0;
+  int count = 0;
+  for (int v = surface.patch_size; v < surface.size(); ++v) {
+    if (laplacian.closed[v] == 0) continue;
+    Curvature around;
+    for (SparseMatrix::InnerIterator it(laplacian.weights, v); it; ++it) {
+      around.add(own[it.row()], 1.0);
+    }
+    if (!(around.area > 0.0)) continue;
+    const double off = own[v].mean() - around.mean();
+    squares += off * off;
+    ++count;
+  }
+  return count > 0 ? std::sqrt(squares / count) : most_roughness;
+}
+
 // Mean curvature per ring vertex, from the rows of the region next to it. Empty without a region.
 std::vector<double> ring_curvature(const JoinedSurface& surface, const Laplacian& laplacian,
-                                   const std::vector<Point>& normals) {
-  const std::vector<Curvature> own = region_curvature(surface, laplacian, normals);
+                                   const std::vector<Curvature>& own) {
   const int n = surface.ring_size;
   std::vector<Curvature> at_ring(static_cast<std::size_t>(n));
   double total_area = 0.0;
@@ -207,7 +230,8 @@ Coordinates curvature_target(const JoinedSurface& surface, const Laplacian& lapl
       target.row(v).setZero();
       continue;
     }
-    target.row(v) = std::sqrt(laplacian.area[v]) * curvature[v] * normals[v].transpose();
+    const double scale = surface.weight(v) * std::sqrt(laplacian.area[v]) * curvature[v];
+    target.row(v) = scale * normals[v].transpose();
   }
   return target;
 }
@@ -224,7 +248,7 @@ double bending_left(const JoinedSurface& surface, const Laplacian& laplacian,
       sum += it.value() * (surface.points[it.row()] - surface.points[v]);
     }
     sum -= laplacian.area[v] * curvature[v] * normals[v];
-    energy += sum.squaredNorm() / laplacian.area[v];
+    energy += surface.weight(v) * surface.weight(v) * sum.squaredNorm() / laplacian.area[v];
   }
   return energy;
 }
@@ -268,12 +292,20 @@ void move_free_points(const Coordinates& solution, JoinedSurface& surface) {
 }
 
 // Mean curvature wanted at each patch vertex; empty where the region doesn't say.
-std::vector<double> wanted_curvature(const Surroundings& around, const PatchMesh& patch) {
+struct Wanted {
+  std::vector<double> curvature;
+  double ring_weight = 1.0;
+};
+
+Wanted wanted_curvature(const Surroundings& around, const PatchMesh& patch) {
   const JoinedSurface surface = join_to_region(around, patch, curvature_rows);
   const Laplacian laplacian = build_laplacian(surface, Weights::cotangent);
-  const std::vector<double> on_ring = ring_curvature(surface, laplacian, vertex_normals(surface));
+  const std::vector<Curvature> own = region_curvature(surface, laplacian, vertex_normals(surface));
+  const std::vector<double> on_ring = ring_curvature(surface, laplacian, own);
   if (on_ring.empty()) return {};
-  return spread_from_ring(surface, laplacian, on_ring);
+  const double calm = 1.0 - roughness(surface, laplacian, own) / most_roughness;
+  return {spread_from_ring(surface, laplacian, on_ring),
+          1.0 + clean_ring_gain * std::clamp(calm, 0.0, 1.0)};
 }
 
 // Solves for least bending and forgets where the free vertices were.
@@ -318,19 +350,20 @@ void fair_patch(const Surroundings& around, Start start, int rounds, PatchMesh& 
   BendingProblem problem;
   State state;
   state.surface = join_to_region(around, patch, 0);
-  std::vector<double> curvature;
-  if (start == Start::from_shape) curvature = wanted_curvature(around, patch);
-  if (curvature.empty()) {
+  Wanted wanted;
+  if (start == Start::from_shape) wanted = wanted_curvature(around, patch);
+  if (wanted.curvature.empty()) {
     if (!start_flat(around, Weights::cotangent, problem, state) &&
         !start_flat(around, Weights::uniform, problem, state)) {
       return;
     }
     take_points(state.surface, patch);
   }
-  if (start == Start::from_nothing) curvature = wanted_curvature(around, patch);
-  if (curvature.empty()) return;
+  if (start == Start::from_nothing) wanted = wanted_curvature(around, patch);
+  if (wanted.curvature.empty()) return;
+  state.surface.ring_weight = wanted.ring_weight;
   state.laplacian = build_laplacian(state.surface, Weights::cotangent);
-  carry_curvature(around, curvature, rounds, problem, state);
+  carry_curvature(around, wanted.curvature, rounds, problem, state);
   take_points(state.surface, patch);
 }
 
