@@ -4,6 +4,7 @@
 #   bench.sh --peers [SCAN.stl]   side by side with other mesh libraries, memory, and growth with size;
 #                                 without a file on a virtual scan of the Stanford bunny
 #   bench.sh --peers --patches    only the last of these: how holes are filled
+#   bench.sh --peers --rounds=N   medians of N rounds instead of 5
 #   bench.sh --peers --quick      fewer rounds, and growth up to a million faces only
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -19,6 +20,7 @@ for argument in "$@"; do
   case "$argument" in
     --peers) peers=yes ;;
     --patches) peers=yes; patches_only=yes ;;
+    --rounds=*) rounds=${argument#--rounds=} ;;
     --quick) rounds=1; most=1000000 ;;
     --*) echo "bench.sh: unknown option $argument" >&2; exit 2 ;;
     *) scan=$argument ;;
