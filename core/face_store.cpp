@@ -27,7 +27,9 @@ void turn_over(Vertex& vertices, _face& face) {
   face.vector = scanmesh::negated(face.vector);
   std::swap(face.vert[0], face.vert[1]);
   for (_vert* vert : face.vert) {
-    if (vert->state != kStateDeleted) vertices.R_cal_vector(vert);
+    // A corner that was deleted by hand passes nothing on to the faces it still lists.
+    if (vert->state == kStateDeleted) continue;
+    vertices.R_cal_vector(vert);
     for (int i = 0; i < vert->face_num; ++i) {
       if (vert->face[i]->state > 0) scanmesh::flip_state(vert->face[i]);
     }

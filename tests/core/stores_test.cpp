@@ -412,6 +412,7 @@ void plain_check_vector(Mesh_M::Mesh& mesh) {
     f.vector = {-f.vector.x, -f.vector.y, -f.vector.z};
     std::swap(f.vert[0], f.vert[1]);
     for (_vert* v : f.vert) {
+      if (v->state == 3) continue;
       mesh.vertex.R_cal_vector(v);
       for (int k = 0; k < v->face_num; ++k) {
         if (v->face[k]->state > 0) v->face[k]->state = static_cast<int16_t>(-v->face[k]->state);
@@ -465,6 +466,30 @@ TEST(CheckVector, equals_the_plain_rounds_on_a_scrambled_mesh) {
     for (int k = 0; k < 3; ++k) {
       EXPECT_EQ(ours->vertex.get_vert_no(f.vert[k]), plain->vertex.get_vert_no(g.vert[k]));
     }
+  }
+}
+
+TEST(CheckVector, a_turn_brings_a_second_look_unless_the_common_corner_is_deleted) {
+  // `earlier` stands right at the first look. The turn of `later` swings the normal of their common
+  // corner, so that the second look turns `earlier` too; a deleted corner keeps its normal.
+  for (const bool deleted : {false, true}) {
+    Stores s;
+    _vert* const a = s.point(0, 0, 0);
+    _face* const earlier = s.triangle(a, s.point(1, 0, 0), s.point(0, 1, 0));
+    _face* const later = s.triangle(a, s.point(-1, 0, 0), s.point(0, -1, 0));
+    for (int i = 0; i < 3; ++i) {
+      earlier->vert[i]->vector = {0, 0, 1};
+      later->vert[i]->vector = {0, 0, i == 0 ? 1.0F : -5.0F};
+    }
+    earlier->vector = {0.6F, 0, 0.8F};
+    later->vector = {0, 0, 1};
+    earlier->vert[1]->vector = {0, 0, -0.4F};
+    earlier->vert[2]->vector = {0, 0, -0.4F};
+    if (deleted) s.vertex.dele_vert(a);
+    s.face.check_vector();
+    EXPECT_EQ(later->vector.z, -1);
+    EXPECT_EQ(earlier->vector.z, deleted ? 0.8F : -0.8F);
+    EXPECT_EQ(earlier->state, 8);
   }
 }
 
