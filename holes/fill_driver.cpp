@@ -93,8 +93,6 @@ using scanmesh::Vec3f;
 constexpr std::size_t kFewestAnchors = 120;
 constexpr double kAnchorOffset = 0.2;
 constexpr double kRefinedLength = 0.75;
-constexpr int kDiscardedRelaxations = 5;
-constexpr float kDiscardedLambda = 0.5F;
 constexpr int kPatchRelaxations = 10;
 
 // What both procedures begin with.
@@ -220,9 +218,7 @@ void Hole::fill_Hole_Num(float f, int hole, int rings3) {
   MinmumAngleWaveFront(opening.edges.data(), n, static_cast<float>(opening.perimeter / n), nullptr,
                        0);
   const std::vector<_vert*> added = listed(added_verts);
-  for (int i = 0; i < kDiscardedRelaxations; ++i) {
-    adjustVertex(opening.base.data(), static_cast<int>(opening.base.size()), kDiscardedLambda, 0);
-  }
+  // A relaxation of the base would belong here, but `adjustVertex` gives nothing back.
   for (const _vert* vert : added) refresh_faces_around(*face_store, vert);
   for (const _vert* vert : opening.base) refresh_faces_around(*face_store, vert);
   for (_vert* vert : added) vert_store->R_cal_vector(vert);

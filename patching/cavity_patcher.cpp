@@ -55,17 +55,18 @@ cavity::PatchMesh close_ring(const cavity::Surroundings& around) {
 void shape_patch(const cavity::Surroundings& around, cavity::PatchMesh& patch) {
   cavity::split_taken_chords(around, patch);
   cavity::EdgeLengths lengths(around, patch);
+  const cavity::RimCurvature rim = cavity::measure_rim(around);
   if (lengths.dense_count() < least_dense_count) {
     cavity::refine_patch(patch, lengths);
-    cavity::fair_patch(around, cavity::Start::from_nothing, small_rounds, patch);
+    cavity::fair_patch(around, rim, cavity::Start::from_nothing, small_rounds, patch);
     return;
   }
   lengths.set_growth(std::max(lengths.bounded_growth(), coarse_growth));
   cavity::refine_patch(patch, lengths);
-  cavity::fair_patch(around, cavity::Start::from_nothing, coarse_rounds, patch);
+  cavity::fair_patch(around, rim, cavity::Start::from_nothing, coarse_rounds, patch);
   lengths.set_growth(lengths.bounded_growth());
   cavity::refine_patch(patch, lengths);
-  cavity::fair_patch(around, cavity::Start::from_shape, dense_rounds, patch);
+  cavity::fair_patch(around, rim, cavity::Start::from_shape, dense_rounds, patch);
 }
 
 // Ring vertices are copied from the caller, since a trip through unit scale would round them.

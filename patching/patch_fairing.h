@@ -3,6 +3,7 @@
 #define SCANMESH_PATCHING_PATCH_FAIRING_H
 
 #include "patching/patch_mesh.h"
+#include "patching/rim_curvature.h"
 #include "patching/surroundings.h"
 
 namespace cavity {
@@ -16,7 +17,8 @@ enum class Start {
 // tangent, then carries the region's mean curvature across in at most that many rounds, so that a
 // hole in a sphere or a cylinder is closed by that sphere or cylinder. With an empty region: the
 // surface of least area stretch. Vertices stay where they are when no usable solution is found.
-void fair_patch(const Surroundings& around, Start start, int rounds, PatchMesh& patch);
+void fair_patch(const Surroundings& around, const RimCurvature& rim, Start start, int rounds,
+                PatchMesh& patch);
 
 }  // namespace cavity
 

@@ -4,6 +4,7 @@
 #include "patching/patch_refinement.h"
 
 #include <cmath>
+#include <utility>
 
 namespace cavity {
 namespace {
@@ -55,8 +56,11 @@ std::vector<LongEdge> find_long_edges(const PatchMesh& patch, const EdgeLengths&
   return found;
 }
 
-bool split_long_edges(PatchMesh& patch, EdgeLengths& lengths) {
+// The faces that were made or changed, each once.
+std::vector<int> split_long_edges(PatchMesh& patch, EdgeLengths& lengths) {
   const std::vector<LongEdge> edges = find_long_edges(patch, lengths);
+  std::vector<int> changed;
+  std::vector<char> listed(static_cast<std::size_t>(patch.triangle_count()), 0);
   for (const LongEdge& e : edges) {
     // An earlier split may have re-used the face.
     if (patch.triangle(e.face)[next_corner(e.corner)] != e.a ||
@@ -65,9 +69,15 @@ bool split_long_edges(PatchMesh& patch, EdgeLengths& lengths) {
     }
     const Point middle = 0.5 * (patch.point(e.a) + patch.point(e.b));
     lengths.add_midpoint(e.a, e.b, (patch.point(e.a) - patch.point(e.b)).norm());
+    const int beyond = patch.neighbour(e.face, e.corner);
     patch.split_edge(e.face, e.corner, middle);
+    listed.resize(static_cast<std::size_t>(patch.triangle_count()), 0);
+    for (const int f : {e.face, beyond, patch.triangle_count() - 2, patch.triangle_count() - 1}) {
+      if (listed[f] == 0) changed.push_back(f);
+      listed[f] = 1;
+    }
   }
-  return !edges.empty();
+  return changed;
 }
 
 // Whether the angles at a and d, which face the edge b - c, add up to more than a straight one.
@@ -100,7 +110,6 @@ bool keeps_shape(const Point& a, const Point& b, const Point& c, const Point& d)
 }
 
 bool wants_flip(const PatchMesh& patch, int f, int k) {
-  if (patch.neighbour(f, k) < 0) return false;
   const Point& a = patch.point(patch.triangle(f)[k]);
   const Point& b = patch.point(patch.triangle(f)[next_corner(k)]);
   const Point& c = patch.point(patch.triangle(f)[previous_corner(k)]);
@@ -203,10 +212,9 @@ void split_taken_chords(const Surroundings& around, PatchMesh& patch) {
   }
 }
 
-void flip_to_delaunay(PatchMesh& patch) {
-  std::vector<int> open(static_cast<std::size_t>(patch.triangle_count()));
-  std::vector<char> queued(open.size(), 1);
-  for (std::size_t i = 0; i < open.size(); ++i) open[i] = static_cast<int>(open.size() - 1 - i);
+void flip_to_delaunay(PatchMesh& patch, std::vector<int> open) {
+  std::vector<char> queued(static_cast<std::size_t>(patch.triangle_count()), 0);
+  for (const int f : open) queued[f] = 1;
   // The test isn't a strict order on a curved patch; the budget ends what would go round.
   long budget = 20L * patch.triangle_count();
   while (!open.empty() && budget > 0) {
@@ -214,9 +222,10 @@ void flip_to_delaunay(PatchMesh& patch) {
     open.pop_back();
     queued[f] = 0;
     for (int k = 0; k < 3; ++k) {
-      if (!wants_flip(patch, f, k)) continue;
       const int g = patch.neighbour(f, k);
-      if (!patch.flip(f, k)) continue;
+      // An edge of two faces that wait is looked at with the second.
+      if (g < 0 || queued[g] != 0) continue;
+      if (!wants_flip(patch, f, k) || !patch.flip(f, k)) continue;
       --budget;
       for (const int h : {f, g}) {
         if (queued[h] != 0) continue;
@@ -226,6 +235,12 @@ void flip_to_delaunay(PatchMesh& patch) {
       break;
     }
   }
+}
+
+void flip_to_delaunay(PatchMesh& patch) {
+  std::vector<int> all(static_cast<std::size_t>(patch.triangle_count()));
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(all.size() - 1 - i);
+  flip_to_delaunay(patch, std::move(all));
 }
 
 void even_out(PatchMesh& patch, int rounds) {
@@ -264,11 +279,13 @@ void refine_patch(PatchMesh& patch, EdgeLengths& lengths) {
   flip_to_delaunay(patch);
   for (int pass = 0; pass < most_split_passes; ++pass) {
     lengths.settle(patch);
-    if (!split_long_edges(patch, lengths)) break;
-    flip_to_delaunay(patch);
+    std::vector<int> changed = split_long_edges(patch, lengths);
+    if (changed.empty()) break;
+    // All other edges passed before, and are as they were.
+    flip_to_delaunay(patch, std::move(changed));
   }
   for (int round = 0; round < 2; ++round) {
-    even_out(patch, 2);
+    even_out(patch, 1);
     flip_to_delaunay(patch);
   }
 }

@@ -50,6 +50,8 @@ void refine_patch(PatchMesh& patch, EdgeLengths& lengths);
 
 // Flips edges until none fails the Delaunay test, as far as the shape of the patch allows.
 void flip_to_delaunay(PatchMesh& patch);
+// The same where only the edges of these faces, each listed once, can fail.
+void flip_to_delaunay(PatchMesh& patch, std::vector<int> open);
 
 // Moves free vertices along the surface towards the middle of their neighbours.
 void even_out(PatchMesh& patch, int rounds);

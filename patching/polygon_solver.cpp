@@ -25,8 +25,8 @@ bool is_fold(int bend) {
 }
 
 int bend_between(const Point& a, const Point& b) {
-  // A flat triangle has no normal; the flatness itself is charged elsewhere.
-  if (a.isZero(0.0) || b.isZero(0.0)) return 0;
+  // A flat triangle has no normal, here zero; the flatness itself is charged elsewhere.
+  if (b[0] == 0.0 && b[1] == 0.0 && b[2] == 0.0) return 0;
   return static_cast<int>(std::max(0.0, 1.0 - a.dot(b)) * bend_steps);
 }
 
@@ -38,26 +38,36 @@ void PolygonSolver::solve(const std::vector<int>& polygon,
   polygon_ = &polygon;
   size_ = polygon.size();
   const int n = static_cast<int>(size_);
-  if (parts_.size() < size_ * size_) parts_.resize(size_ * size_);
-  for (int i = 0; i + 1 < n; ++i) {
-    part(i, i + 1) = Part();
-    part(i, i + 1).normal = outside_normals[i];
-    part(i + 1, i) = part(i, i + 1);
+  if (costs_.size() < size_ * size_) {
+    costs_.resize(size_ * size_);
+    apexes_.resize(size_ * size_);
   }
+  for (int i = 0; i + 1 < n; ++i) enter(i, i + 1, {Cost(), {-1, outside_normals[i]}});
   for (int span = 2; span < n; ++span) {
     for (int i = 0; i + span < n; ++i) {
-      solve_part(i, i + span, span == n - 1, outside_normals[n - 1]);
+      solve_part(i, i + span, span == n - 1 ? &outside_normals[n - 1] : nullptr);
     }
   }
   collect(triangles);
 }
 
-void PolygonSolver::solve_part(int i, int k, bool closing, const Point& closing_normal) {
+void PolygonSolver::enter(int i, int k, const Part& found) {
+  costs_[at(i, k)] = costs_[at(k, i)] = found.cost;
+  apexes_[at(i, k)] = apexes_[at(k, i)] = found.apex;
+}
+
+void PolygonSolver::solve_part(int i, int k, const Point* beyond) {
   Part best;
   best.cost.defects = std::numeric_limits<int>::max();
+  // The apex of the part that is one edge shorter is often the best here too, and a good start lets
+  // the others lose early.
+  const int guess = k - i > 2 ? apexes_[at(i, k - 1)].vertex : i + 1;
+  try_apex(i, guess, k, beyond, best);
+  const Cost* const lefts = &costs_[at(i, 0)];
+  const Cost* const rights = &costs_[at(k, 0)];
   for (int m = i + 1; m < k; ++m) {
-    const Cost& left = part(i, m).cost;
-    const Cost& right = part(k, m).cost;
+    const Cost& left = lefts[m];
+    const Cost& right = rights[m];
     // Most apexes lose on what is already known, before any geometry is touched.
     const int defects = left.defects + right.defects;
     if (defects > best.cost.defects) continue;
@@ -66,45 +76,43 @@ void PolygonSolver::solve_part(int i, int k, bool closing, const Point& closing_
       if (bend > best.cost.bend) continue;
       if (bend == best.cost.bend && left.area + right.area >= best.cost.area) continue;
     }
-    Part candidate;
-    candidate.cost = {defects, std::max(left.bend, right.bend), left.area + right.area};
-    try_apex(i, m, k, candidate);
-    if (closing) {
-      charge_bend(bend_between(candidate.normal, closing_normal), candidate.cost);
-    }
-    const Cost& a = candidate.cost;
-    const Cost& b = best.cost;
-    const bool better =
-        a.defects != b.defects
-            ? a.defects < b.defects
-            : (a.bend != b.bend ? a.bend < b.bend : best.apex < 0 || a.area < b.area);
-    if (better) best = candidate;
+    if (m != guess) try_apex(i, m, k, beyond, best);
   }
-  if (!closing && chords_.contains((*polygon_)[i], (*polygon_)[k])) {
+  // The whole polygon's chord is its last edge.
+  if (beyond == nullptr && chords_.contains((*polygon_)[i], (*polygon_)[k])) {
     best.cost.defects += taken_chord_defect;
   }
-  part(i, k) = best;
-  part(k, i) = best;
+  enter(i, k, best);
 }
 
-void PolygonSolver::try_apex(int i, int m, int k, Part& candidate) const {
+bool PolygonSolver::is_dearer(const Cost& a, const Cost& b) {
+  if (a.defects != b.defects) return a.defects > b.defects;
+  if (a.bend != b.bend) return a.bend > b.bend;
+  return a.area >= b.area;
+}
+
+void PolygonSolver::try_apex(int i, int m, int k, const Point* beyond, Part& best) const {
+  const Cost& left = costs_[at(i, m)];
+  const Cost& right = costs_[at(k, m)];
+  Cost cost{left.defects + right.defects, std::max(left.bend, right.bend), left.area + right.area};
   const Point& a = corner(i);
   const Point& b = corner(m);
   const Point& c = corner(k);
   const Point area = area_vector(a, b, c);
   const double chord = (a - c).squaredNorm();
-  const double longest = std::max({(b - a).squaredNorm(), (c - b).squaredNorm(), chord});
+  const double longest = std::max(std::max((b - a).squaredNorm(), (c - b).squaredNorm()), chord);
   const double length = area.norm();
-  candidate.apex = m;
-  candidate.cost.area += length + length_trace * chord;
+  cost.area += length + length_trace * chord;
+  Point normal = Point::Zero();
   if (length > flat_height_ratio * longest) {
-    candidate.normal = area / length;
+    normal = area / length;
+    charge_bend(bend_between(normal, apexes_[at(i, m)].normal), cost);
+    charge_bend(bend_between(normal, apexes_[at(k, m)].normal), cost);
+    if (beyond != nullptr) charge_bend(bend_between(normal, *beyond), cost);
   } else {
-    candidate.normal = Point::Zero();
-    ++candidate.cost.defects;
+    ++cost.defects;
   }
-  charge_bend(bend_between(candidate.normal, part(i, m).normal), candidate.cost);
-  charge_bend(bend_between(candidate.normal, part(m, k).normal), candidate.cost);
+  if (!is_dearer(cost, best.cost)) best = {cost, {m, normal}};
 }
 
 void PolygonSolver::charge_bend(int bend, Cost& cost) {
@@ -118,7 +126,7 @@ void PolygonSolver::collect(std::vector<Triangle>& triangles) const {
     const auto [i, k] = open.back();
     open.pop_back();
     if (k - i < 2) continue;
-    const int m = part(i, k).apex;
+    const int m = apexes_[at(i, k)].vertex;
     triangles.push_back({(*polygon_)[i], (*polygon_)[m], (*polygon_)[k]});
     open.push_back({m, k});
     open.push_back({i, m});

@@ -29,26 +29,34 @@ class PolygonSolver {
     int bend = 0;       // the worst dihedral, in steps
     double area = 0.0;  // twice the area, and a trace of squared edge length to break ties
   };
+  // The triangle on the chord.
+  struct Apex {
+    int vertex = -1;
+    Point normal = Point::Zero();
+  };
   struct Part {
     Cost cost;
-    int apex = -1;
-    Point normal = Point::Zero();  // of the triangle on the chord
+    Apex apex;
   };
 
-  void solve_part(int i, int k, bool closing, const Point& closing_normal);
-  void try_apex(int i, int m, int k, Part& best) const;
+  // beyond: the normal across the chord, where the part is the whole polygon.
+  void solve_part(int i, int k, const Point* beyond);
+  void enter(int i, int k, const Part& found);
+  static bool is_dearer(const Cost& a, const Cost& b);
+  void try_apex(int i, int m, int k, const Point* beyond, Part& best) const;
   static void charge_bend(int bend, Cost& cost);
   void collect(std::vector<Triangle>& triangles) const;
   const Point& corner(int i) const { return points_[(*polygon_)[i]]; }
-  Part& part(int i, int k) { return parts_[static_cast<std::size_t>(i) * size_ + k]; }
-  const Part& part(int i, int k) const { return parts_[static_cast<std::size_t>(i) * size_ + k]; }
+  std::size_t at(int i, int k) const { return static_cast<std::size_t>(i) * size_ + k; }
 
   const std::vector<Point>& points_;
   const ChordSet& chords_;
   const std::vector<int>* polygon_ = nullptr;
   std::size_t size_ = 0;
   // Each part is stored at (i, k) and at (k, i): both lookups of the inner loop then walk a row.
-  std::vector<Part> parts_;
+  // Costs are apart from the rest, for they rule out most apexes.
+  std::vector<Cost> costs_;
+  std::vector<Apex> apexes_;
 };
 
 }  // namespace cavity

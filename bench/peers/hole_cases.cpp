@@ -51,19 +51,19 @@ demo::Surface map_lattice(const Lattice& size, const Map& map) {
   return surface;
 }
 
-void shake(demo::Surface& surface, double noise) {
-  demo::Random random(99);
+void shake(demo::Surface& surface, const Noise& noise) {
+  demo::Random random(noise.seed);
   for (Vec3& p : surface.points) {
     const Vec3 error{random.normal(), random.normal(), random.normal()};
-    p = p + error * noise;
+    p = p + error * noise.size;
   }
 }
 
 // Takes out every face with a corner inside.
 HoleCase cut(std::string name, demo::Surface surface, const Inside& inside, Implicit truth,
-             double noise) {
+             const Noise& noise) {
   HoleCase result;
-  result.name = std::move(name) + (noise > 0 ? ", noisy" : "");
+  result.name = std::move(name) + (noise.size > 0 ? ", noisy" : "");
   result.truth = std::move(truth);
   std::vector<char> touched(surface.points.size(), 0);
   std::vector<char> removed(surface.points.size(), 0);
@@ -103,7 +103,7 @@ std::string sized(const std::string& name, const char* shape, double size) {
   return name + ", " + shape + " " + std::to_string(static_cast<int>(size));
 }
 
-void add_height_field(const HeightField& field, double noise, std::vector<HoleCase>& cases) {
+void add_height_field(const HeightField& field, const Noise& noise, std::vector<HoleCase>& cases) {
   constexpr int side = 60;
   const auto height = field.height;
   const auto surface = [height] {
@@ -122,7 +122,7 @@ void add_height_field(const HeightField& field, double noise, std::vector<HoleCa
   cases.push_back(cut(std::string(field.name) + ", slot", surface(), slot, truth, noise));
 }
 
-void add_cylinder(double noise, std::vector<HoleCase>& cases) {
+void add_cylinder(const Noise& noise, std::vector<HoleCase>& cases) {
   constexpr int round = 60;
   constexpr double radius = round / (2 * pi);
   const auto surface = [] {
@@ -147,7 +147,7 @@ void add_cylinder(double noise, std::vector<HoleCase>& cases) {
   cases.push_back(cut("cylinder, slot along", surface(), along, truth, noise));
 }
 
-void add_torus(double noise, std::vector<HoleCase>& cases) {
+void add_torus(const Noise& noise, std::vector<HoleCase>& cases) {
   constexpr int tube_edges = 40;
   constexpr double tube = tube_edges * row_height / (2 * pi);
   constexpr double large = 16;
@@ -176,7 +176,7 @@ void add_torus(double noise, std::vector<HoleCase>& cases) {
 }
 
 // Equal-area map of the plane to the sphere, so that edges stay near 1.
-void add_sphere(double radius, int side, double noise, std::vector<HoleCase>& cases) {
+void add_sphere(double radius, int side, const Noise& noise, std::vector<HoleCase>& cases) {
   const auto surface = [=] {
     const int rows = static_cast<int>(side * 1.15);
     return map_lattice({side, rows, false, false}, [=](double u, double v) {
@@ -216,7 +216,7 @@ Vec3 true_normal(const Implicit& surface, const Vec3& p) {
   return demo::unit(gradient(surface, p));
 }
 
-std::vector<HoleCase> hole_cases(double noise) {
+std::vector<HoleCase> hole_cases(const Noise& noise) {
   std::vector<HoleCase> cases;
   for (const HeightField& field : height_fields) add_height_field(field, noise, cases);
   add_cylinder(noise, cases);

@@ -2,6 +2,7 @@
 #ifndef SCANMESH_BENCH_PEERS_HOLE_CASES_H
 #define SCANMESH_BENCH_PEERS_HOLE_CASES_H
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,9 +25,15 @@ struct HoleCase {
   demo::Vec3 rim_point;   // a point of the hole's ring, and of no other ring
 };
 
-/// Discs, slots and shells cut out of height fields, cylinder, torus and spheres; `noise` is the
-/// standard deviation of every coordinate, in mean edges.
-std::vector<HoleCase> hole_cases(double noise);
+/// Added to every coordinate: normally distributed, `size` its standard deviation in mean edges.
+struct Noise {
+  double size;
+  std::uint64_t seed;
+};
+
+/// Discs, slots and shells cut out of height fields, cylinder, torus and spheres. The holes and
+/// their order are the same for any noise.
+std::vector<HoleCase> hole_cases(const Noise& noise);
 
 /// A wavy strip, four rows wide, around a round hole of that many edges.
 HoleCase round_strip(int ring_edges);
