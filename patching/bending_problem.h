@@ -26,7 +26,8 @@ class BendingProblem {
   using Matrix = Eigen::SparseMatrix<double>;
   using Solver = Eigen::SimplicialLDLT<Matrix, Eigen::Upper, Eigen::NaturalOrdering<int>>;
 
-  void order_unknowns();
+  Matrix edge_matrix() const;
+  void order_unknowns(const Matrix& pattern);
   void lay_out_matrix();
   void scale_rows(const Laplacian& laplacian, double ring_weight);
   void fill_matrix();
