@@ -9,7 +9,7 @@ namespace {
 using Mesh_R::_face;
 using Mesh_R::_vert;
 
-// Taken faces carry a negative state until the collection is whole.
+// Taken faces, and vertices that were looked at, carry a negative state until a round is over.
 void take_faces_of(const _vert* vert, std::vector<_face*>& faces) {
   for (int i = 0; i < vert->face_num; ++i) {
     _face* const face = vert->face[i];
@@ -19,8 +19,9 @@ void take_faces_of(const _vert* vert, std::vector<_face*>& faces) {
   }
 }
 
-void clear_marks(const std::vector<_face*>& faces) {
-  for (_face* face : faces) flip_state(face);
+template <typename Record>
+void clear_marks(const std::vector<Record*>& records) {
+  for (Record* record : records) flip_state(record);
 }
 
 bool hangs_on_nothing(const _face* face) {
@@ -43,10 +44,18 @@ std::vector<_face*> grow_region(const std::vector<_face*>& seed, int rounds) {
   std::vector<_face*> region = seed;
   for (int round = 0; round < rounds; ++round) {
     std::vector<_face*> grown;
+    std::vector<_vert*> looked_at;
     for (const _face* face : region) {
-      for (const _vert* vert : face->vert) take_faces_of(vert, grown);
+      for (_vert* vert : face->vert) {
+        // All that a vertex has was taken when it first came up.
+        if (vert->state < 0) continue;
+        flip_state(vert);
+        looked_at.push_back(vert);
+        take_faces_of(vert, grown);
+      }
     }
     clear_marks(grown);
+    clear_marks(looked_at);
     region.clear();
     for (_face* face : grown) {
       if (!hangs_on_nothing(face)) region.push_back(face);

@@ -91,14 +91,15 @@ void BendingProblem::lay_out_matrix() {
   matrix_.finalize();
 }
 
-void BendingProblem::scale_rows(const Laplacian& laplacian, double ring_weight) {
+void BendingProblem::scale_rows(const Laplacian& laplacian,
+                                const std::vector<double>& ring_weights) {
   const auto rows = static_cast<std::size_t>(surface_.patch_size);
   coefficients_.assign(laplacian.weights.size(), 0.0);
   diagonal_.assign(rows, 0.0);
   root_.assign(rows, 0.0);
   for (int v = 0; v < surface_.patch_size; ++v) {
     if (!near_.is_closed(v)) continue;
-    const double weight = surface_.is_free(v) ? 1.0 : ring_weight;
+    const double weight = surface_.is_free(v) ? 1.0 : ring_weights[v];
     const double root = std::sqrt(laplacian.area[v]);
     double sum = 0.0;
     for (int s = near_.begin(v); s < near_.end(v); ++s) {
@@ -132,8 +133,8 @@ void BendingProblem::fill_matrix() {
   }
 }
 
-bool BendingProblem::set_up(const Laplacian& laplacian, double ring_weight) {
-  scale_rows(laplacian, ring_weight);
+bool BendingProblem::set_up(const Laplacian& laplacian, const std::vector<double>& ring_weights) {
+  scale_rows(laplacian, ring_weights);
   fill_matrix();
   solver_.factorize(matrix_);
   return solver_.info() == Eigen::Success;

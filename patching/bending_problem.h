@@ -16,8 +16,9 @@ class BendingProblem {
   // The faces of the surface are those that `near` was made of; both must outlive the problem.
   BendingProblem(const JoinedSurface& surface, const Neighbourhoods& near);
 
-  // ring_weight: how much more a row at the ring counts. False where the matrix can't be factored.
-  bool set_up(const Laplacian& laplacian, double ring_weight);
+  // ring_weights: how much a row counts, per ring vertex; those of the free vertices count 1. False
+  // where the matrix can't be factored.
+  bool set_up(const Laplacian& laplacian, const std::vector<double>& ring_weights);
   // target: the wanted Laplacian (not integrated) per patch vertex, nothing for all zero. One
   // position per free vertex.
   std::vector<Point> solve(const std::vector<Point>& target) const;
@@ -29,7 +30,7 @@ class BendingProblem {
   Matrix edge_matrix() const;
   void order_unknowns(const Matrix& pattern);
   void lay_out_matrix();
-  void scale_rows(const Laplacian& laplacian, double ring_weight);
+  void scale_rows(const Laplacian& laplacian, const std::vector<double>& ring_weights);
   void fill_matrix();
   // Calls visit(row, coefficient) for each row in which free vertex v takes part.
   template <typename Visit>

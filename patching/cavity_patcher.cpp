@@ -23,6 +23,8 @@ constexpr int small_rounds = 2;
 constexpr double least_dense_count = 40.0;
 constexpr int coarse_rounds = 3;
 constexpr int dense_rounds = 1;
+// Times that a folded patch is faired again with more of the ring let go.
+constexpr int most_attempts = 4;
 
 // Triangles up to this length of normal have none; hosts expect the z axis for them.
 constexpr double least_normal_length = 1e-16;
@@ -50,23 +52,54 @@ cavity::PatchMesh close_ring(const cavity::Surroundings& around) {
   return cavity::PatchMesh(std::move(ring), around.ring_size, std::move(triangles), around.chords);
 }
 
+void put_back(const std::vector<cavity::Point>& points, cavity::PatchMesh& patch) {
+  for (int v = patch.ring_size(); v < patch.point_count(); ++v) patch.move_point(v, points[v]);
+}
+
+// Fairs the patch, and where it folds, again with less and less of the ring to hold on to. The
+// result with the fewest folds stays.
+void fair_without_folds(const cavity::Surroundings& around, const cavity::RimCurvature& rim,
+                        cavity::Start start, int rounds, std::vector<double>& hold,
+                        cavity::PatchMesh& patch) {
+  const std::vector<cavity::Point> before = patch.points();
+  cavity::fair_patch(around, rim, hold, start, rounds, patch);
+  std::vector<int> folds = cavity::vertices_at_folds(patch);
+  if (folds.empty()) return;
+  std::size_t fewest = folds.size();
+  std::vector<cavity::Point> best = patch.points();
+  std::vector<double> looser = hold;
+  for (int attempt = 0; attempt < most_attempts && !folds.empty(); ++attempt) {
+    if (!cavity::let_go_near(folds, patch, looser)) break;
+    put_back(before, patch);
+    cavity::fair_patch(around, rim, looser, start, rounds, patch);
+    folds = cavity::vertices_at_folds(patch);
+    if (folds.size() >= fewest) continue;
+    fewest = folds.size();
+    best = patch.points();
+    hold = looser;
+  }
+  put_back(best, patch);
+}
+
 // The large shape is found on a patch that is coarse away from the ring, where each round of
 // fairing is cheap; the dense patch then starts from that shape and needs one more round.
 void shape_patch(const cavity::Surroundings& around, cavity::PatchMesh& patch) {
+  using cavity::Start;
   cavity::split_taken_chords(around, patch);
   cavity::EdgeLengths lengths(around, patch);
   const cavity::RimCurvature rim = cavity::measure_rim(around);
+  std::vector<double> hold(static_cast<std::size_t>(around.ring_size), 1.0);
   if (lengths.dense_count() < least_dense_count) {
     cavity::refine_patch(patch, lengths);
-    cavity::fair_patch(around, rim, cavity::Start::from_nothing, small_rounds, patch);
+    fair_without_folds(around, rim, Start::from_nothing, small_rounds, hold, patch);
     return;
   }
   lengths.set_growth(std::max(lengths.bounded_growth(), coarse_growth));
   cavity::refine_patch(patch, lengths);
-  cavity::fair_patch(around, rim, cavity::Start::from_nothing, coarse_rounds, patch);
+  fair_without_folds(around, rim, Start::from_nothing, coarse_rounds, hold, patch);
   lengths.set_growth(lengths.bounded_growth());
   cavity::refine_patch(patch, lengths);
-  cavity::fair_patch(around, rim, cavity::Start::from_shape, dense_rounds, patch);
+  fair_without_folds(around, rim, Start::from_shape, dense_rounds, hold, patch);
 }
 
 // Ring vertices are copied from the caller, since a trip through unit scale would round them.

@@ -17,8 +17,17 @@ enum class Start {
 // tangent, then carries the region's mean curvature across in at most that many rounds, so that a
 // hole in a sphere or a cylinder is closed by that sphere or cylinder. With an empty region: the
 // surface of least area stretch. Vertices stay where they are when no usable solution is found.
-void fair_patch(const Surroundings& around, const RimCurvature& rim, Start start, int rounds,
-                PatchMesh& patch);
+// hold: per ring vertex, 1 where the tangent is kept, 0 where the patch may leave at any angle.
+void fair_patch(const Surroundings& around, const RimCurvature& rim,
+                const std::vector<double>& hold, Start start, int rounds, PatchMesh& patch);
+
+// Ends of the edges across which the patch turns back on itself, in order. A fold among ring
+// vertices alone is the ring's own and doesn't count.
+std::vector<int> vertices_at_folds(const PatchMesh& patch);
+
+// Where a patch folds, the tangents it had to meet disagree: sets `hold` to 0 on the ring near
+// these vertices. False where nothing is left to let go.
+bool let_go_near(const std::vector<int>& folds, const PatchMesh& patch, std::vector<double>& hold);
 
 }  // namespace cavity
 

@@ -153,7 +153,8 @@ TEST(BendingProblem, agrees_with_dense_least_squares) {
     right -= rows * fixed;
     const Eigen::MatrixXd columns = rows.middleCols(surface.ring_size, surface.free_count());
     const Eigen::MatrixXd plain = columns.colPivHouseholderQr().solve(right);
-    ASSERT_TRUE(problem.set_up(laplacian, ring_weight));
+    ASSERT_TRUE(problem.set_up(
+        laplacian, std::vector<double>(static_cast<std::size_t>(surface.ring_size), ring_weight)));
     const std::vector<Point> found = problem.solve(target);
     ASSERT_EQ(static_cast<int>(found.size()), surface.free_count());
     for (int i = 0; i < surface.free_count(); ++i) {
@@ -169,7 +170,8 @@ TEST(BendingProblem, leaves_a_plane_in_its_place) {
   cavity::BendingProblem problem(surface, near);
   Laplacian laplacian;
   weigh(surface, near, Weights::cotangent, laplacian);
-  ASSERT_TRUE(problem.set_up(laplacian, 1.0));
+  ASSERT_TRUE(problem.set_up(
+      laplacian, std::vector<double>(static_cast<std::size_t>(surface.ring_size), 1.0)));
   const std::vector<Point> found = problem.solve({});
   for (int i = 0; i < surface.free_count(); ++i) {
     EXPECT_LT((found[i] - surface.points[surface.ring_size + i]).norm(), 1e-9);

@@ -393,4 +393,60 @@ TEST(CavityPatcher, Size_and_place_of_the_ring_do_not_matter) {
   }
 }
 
+// The open end of a tube with the outline of a lens. Walls that lean outwards by `lean` (radians
+// from upright) send their tangents apart, and at the sharp tips against each other.
+Hole lens_tube(double length, double width, double lean) {
+  const int n = 2 * static_cast<int>(length);
+  const int rows = 6;
+  Mesh mesh;
+  for (int row = 0; row < rows; ++row) {
+    for (int i = 0; i < n; ++i) {
+      const double t = 2 * pi * i / n;
+      const double across = std::sin(t) * std::abs(std::sin(t));
+      const double in = -row * std::sin(lean);
+      const double side = 0.5 * width * across;
+      mesh.points.push_back({(0.5 * length + in) * std::cos(t), side + in * across,
+                             -row * std::cos(lean) + 0.05 * std::sin(3 * t)});
+    }
+  }
+  Hole hole = bare({mesh.points.begin(), mesh.points.begin() + n});
+  for (int row = 0; row + 1 < rows; ++row) {
+    for (int i = 0; i < n; ++i) {
+      const int next = (i + 1) % n;
+      append_face(mesh, {row * n + next, row * n + i, (row + 1) * n + i}, hole.region);
+      append_face(mesh, {row * n + next, (row + 1) * n + i, (row + 1) * n + next}, hole.region);
+    }
+  }
+  return hole;
+}
+
+int folds(const Patch& patch) {
+  std::map<std::pair<int, int>, std::size_t> face_on;
+  for (std::size_t i = 0; i < patch.faces.size(); ++i) {
+    const MyFace& f = patch.faces[i];
+    face_on[{f.a, f.b}] = face_on[{f.b, f.c}] = face_on[{f.c, f.a}] = i;
+  }
+  int count = 0;
+  for (const auto& [edge, face] : face_on) {
+    const auto other = face_on.find({edge.second, edge.first});
+    if (edge.first > edge.second || other == face_on.end()) continue;
+    count += dot(patch.normals[face], patch.normals[other->second]) < 0.0;
+  }
+  return count;
+}
+
+TEST(CavityPatcher, A_slot_whose_tangents_disagree_is_closed_without_folds) {
+  for (const double length : {20.0, 30.0, 40.0}) {
+    for (const double width : {1.5, 3.0, 5.0, 8.0}) {
+      for (const double lean : {-1.5, -1.0, -0.5, 0.8, 1.3, 1.6, 2.0, 2.5}) {
+        SCOPED_TRACE(testing::Message() << length << " x " << width << ", lean " << lean);
+        const Hole hole = lens_tube(length, width, lean);
+        const Patch patch = fill(hole);
+        expect_sound(hole, patch);
+        EXPECT_EQ(folds(patch), 0);
+      }
+    }
+  }
+}
+
 }  // namespace
