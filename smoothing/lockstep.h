@@ -25,27 +25,36 @@ struct Barrier {
   }
 };
 
+// The semaphore through which a lane's worker waits. A worker that is started by its semaphores
+// alone finds its run here.
+struct LaneSemaphore : Semap::Semaphore {
+  void* run = nullptr;
+};
+
 // What belongs to one worker: its half-open range, which the main thread rewrites between stages,
 // and the pair of semaphores.
 struct Lane {
   int begin = 0;
   int end = 0;
-  Semap::Semaphore to_worker;
+  LaneSemaphore to_worker;
   Semap::Semaphore to_main;
   std::atomic<bool> gone{true};  // no task runs, or it arrives at no barrier any more
   std::future<void> task;
 };
 
 // The main thread's side. When it is left early, by a callback that throws, the workers run to
-// their end first; a worker that throws leaves the others in step, and finish() passes it on.
+// their end first, with nothing to do in the stages that follow; a worker that throws leaves the
+// others in step, and finish() passes it on.
 class Lockstep {
  public:
-  explicit Lockstep(int workers) : lanes_(static_cast<std::size_t>(workers)) {}
+  explicit Lockstep(int workers, void* run = nullptr) : lanes_(static_cast<std::size_t>(workers)) {
+    for (Lane& lane : lanes_) lane.to_worker.run = run;
+  }
   Lockstep(const Lockstep&) = delete;
   Lockstep& operator=(const Lockstep&) = delete;
   ~Lockstep() {
     for (Lane& lane : lanes_) {
-      while (!lane.gone) cross();
+      while (!lane.gone) cross([this] { share(0); });
     }
   }
 
@@ -83,8 +92,9 @@ class Lockstep {
     for (Lane& lane : lanes_) {
       if (!lane.gone) lane.to_main.wait();
     }
+    // Should it fail, the workers must go on all the same, to find out and to end.
+    const Release release(lanes_);
     between();
-    for (Lane& lane : lanes_) lane.to_worker.signal();
   }
   void cross() {
     cross([] {});
@@ -109,6 +119,16 @@ class Lockstep {
     Leaving(const Leaving&) = delete;
     Leaving& operator=(const Leaving&) = delete;
     Lane& lane;
+  };
+
+  struct Release {
+    explicit Release(std::vector<Lane>& all) : lanes(all) {}
+    ~Release() {
+      for (Lane& lane : lanes) lane.to_worker.signal();
+    }
+    Release(const Release&) = delete;
+    Release& operator=(const Release&) = delete;
+    std::vector<Lane>& lanes;
   };
 
   std::vector<Lane> lanes_;
