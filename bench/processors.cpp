@@ -1,22 +1,18 @@
 #include "processors.h"
 
-#include <cstdlib>
-#include <thread>
-
 #if defined(__linux__)
+
 #include <dirent.h>
 #include <sched.h>
-#endif
+
+#include <cstdlib>
 
 namespace bench {
 
 namespace {
 
-void keep_on(unsigned count) {
-#if defined(__linux__)
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  for (unsigned i = 0; i < count; ++i) CPU_SET(i, &set);
+// All threads of the process, and so those that they will start.
+void keep_on(const cpu_set_t& set) {
   DIR* const tasks = opendir("/proc/self/task");
   if (tasks == nullptr) return;
   while (const dirent* const task = readdir(tasks)) {
@@ -24,19 +20,41 @@ void keep_on(unsigned count) {
     if (id > 0) sched_setaffinity(id, sizeof(set), &set);
   }
   closedir(tasks);
-#else
-  static_cast<void>(count);
-#endif
 }
 
 }  // namespace
 
-Processors::Processors(int count) {
-  keep_on(static_cast<unsigned>(count));
+struct Processors::Mask {
+  cpu_set_t set;
+};
+
+Processors::Processors(int count) : before_(std::make_unique<Mask>()) {
+  sched_getaffinity(0, sizeof(before_->set), &before_->set);
+  cpu_set_t first;
+  CPU_ZERO(&first);
+  for (int i = 0; i < CPU_SETSIZE && count > 0; ++i) {
+    if (!CPU_ISSET(i, &before_->set)) continue;
+    CPU_SET(i, &first);
+    --count;
+  }
+  keep_on(first);
 }
 
 Processors::~Processors() {
-  keep_on(std::thread::hardware_concurrency());
+  keep_on(before_->set);
 }
 
 }  // namespace bench
+
+#else
+
+namespace bench {
+
+struct Processors::Mask {};
+
+Processors::Processors(int) {}
+Processors::~Processors() {}
+
+}  // namespace bench
+
+#endif
