@@ -156,6 +156,24 @@ void refresh_faces_around(Face& faces, const _vert* vert) {
   for (int i = 0; i < vert->face_num; ++i) faces.refresh_vector(vert->face[i]);
 }
 
+// The same for two lists. A second refresh of a face would change nothing, so each has one.
+void refresh_faces_once(Face& faces, const std::vector<_vert*>& verts,
+                        const std::vector<_vert*>& more) {
+  std::vector<_face*> done;
+  for (const std::vector<_vert*>* list : {&verts, &more}) {
+    for (const _vert* vert : *list) {
+      for (int i = 0; i < vert->face_num; ++i) {
+        _face* const face = vert->face[i];
+        if (face->state < 0) continue;
+        faces.refresh_vector(face);
+        scanmesh::flip_state(face);
+        done.push_back(face);
+      }
+    }
+  }
+  for (_face* face : done) scanmesh::flip_state(face);
+}
+
 void refresh_new_faces(Face& faces, int first) {
   for (int i = first; i < faces.get_facenum(); ++i) {
     if (faces[i]->state != kStateDeleted) faces.refresh_vector(faces[i]);
@@ -219,8 +237,7 @@ void Hole::fill_Hole_Num(float f, int hole, int rings3) {
                        0);
   const std::vector<_vert*> added = listed(added_verts);
   // A relaxation of the base would belong here, but `adjustVertex` gives nothing back.
-  for (const _vert* vert : added) refresh_faces_around(*face_store, vert);
-  for (const _vert* vert : opening.base) refresh_faces_around(*face_store, vert);
+  refresh_faces_once(*face_store, added, opening.base);
   for (_vert* vert : added) vert_store->R_cal_vector(vert);
   refresh_new_faces(*face_store, opening.first_face);
 }
