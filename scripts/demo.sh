@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Repairs a scan from end to end.
-#   demo.sh                    scans the Stanford bunny virtually, repairs the scan, measures the repair
+#   demo.sh                    scans the Stanford bunny virtually, repairs the scan, measures the repair,
+#                              and smooths what it has repaired
 #   demo.sh SCAN.stl [OUT.stl] repairs a file of yours, binary or ASCII
 # Options of repair_scan may follow, --longest-ring N for instance.
 set -euo pipefail
@@ -29,7 +30,7 @@ echo "Building in $build"
 mkdir -p "$out"
 log=$build/build.log
 if ! { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF &&
-       cmake --build "$build" -j "$(nproc)" --target make_scan repair_scan; } >"$log" 2>&1; then
+       cmake --build "$build" -j "$(nproc)" --target make_scan repair_scan smooth_scan; } >"$log" 2>&1; then
   tail -n 40 "$log" >&2
   exit 1
 fi
@@ -46,7 +47,11 @@ else
   fi
   "$build/examples/make_scan" "$out/bunny00.off" "$scan" --truth "$out/bunny_truth.off"
   "$build/examples/repair_scan" "$scan" "$result" --truth "$out/bunny_truth.off" "$@"
+  smoothed=$out/bunny_smoothed.stl
+  echo
+  "$build/examples/smooth_scan" "$result" "$smoothed" bilateral
 fi
 echo
 echo "Scan:     $scan"
 echo "Repaired: $result"
+[[ -z ${smoothed:-} ]] || echo "Smoothed: $smoothed"

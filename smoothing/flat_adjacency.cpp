@@ -17,13 +17,15 @@ template <typename Length, typename MakeWrite>
 FlatLists lists_of(Mesh_R::Vertex& vertices, int tasks, Length length, MakeWrite make_write) {
   const int count = vertices.get_vertnum();
   FlatLists lists;
-  lists.start = RawArray<std::size_t>(static_cast<std::size_t>(count) + 1);
+  // One list more than records, and empty: a store without any has a first list all the same.
+  lists.start = RawArray<std::size_t>(static_cast<std::size_t>(count) + 2);
   std::size_t end = 0;
   for_each_in(vertices.records, 0, count, [&](int i, const _vert& vert) {
     lists.start[i] = end;
     end += static_cast<std::size_t>(length(vert));
   });
   lists.start[count] = end;
+  lists.start[count + 1] = end;
   lists.entries = RawArray<int32_t>(end);
   run_slices(count, tasks, [&](std::ptrdiff_t begin, std::ptrdiff_t finish) {
     auto write = make_write();

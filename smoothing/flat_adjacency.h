@@ -25,7 +25,7 @@ struct Numbers {
 
 // One list per record, one after the other.
 struct FlatLists {
-  RawArray<std::size_t> start;  // one more than there are lists
+  RawArray<std::size_t> start;  // where each begins, and where the last ends
   RawArray<int32_t> entries;
 
   Numbers of(int i) const { return {entries.data() + start[i], entries.data() + start[i + 1]}; }

@@ -9,14 +9,15 @@
 namespace scanmesh {
 
 // A fixed number of elements that start without a value: whoever fills them touches the memory
-// first, and nobody clears it before.
+// first, and nobody clears it before. An empty array holds one cleared element all the same, for
+// records that are looked up in a store which has none left: they read as its first.
 template <typename T>
 class RawArray {
   static_assert(std::is_trivially_default_constructible_v<T>, "elements are left without a value");
 
  public:
   RawArray() = default;
-  explicit RawArray(std::size_t size) : data_(new T[size]), size_(size) {}
+  explicit RawArray(std::size_t size) : data_(size == 0 ? new T[1]() : new T[size]), size_(size) {}
 
   T& operator[](std::size_t i) { return data_[i]; }
   const T& operator[](std::size_t i) const { return data_[i]; }

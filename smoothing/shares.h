@@ -49,7 +49,8 @@ class Shares {
     return worker;
   }
   std::atomic<int>& taken(int turn, int worker) {
-    return taken_[static_cast<std::size_t>(turn * workers_ + worker)];
+    return taken_[static_cast<std::size_t>(turn) * static_cast<std::size_t>(workers_) +
+                  static_cast<std::size_t>(worker)];
   }
 
   int items_;

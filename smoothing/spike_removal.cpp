@@ -15,6 +15,7 @@
 #include "core/vector_math.h"
 #include "scanmesh/curvature.h"
 #include "scanmesh/mesh.h"
+#include "smoothing/curvature_cache.h"
 
 namespace Mesh_M {
 
@@ -101,7 +102,8 @@ class SpikeRemover {
       : mesh_(mesh),
         thresholds_(level),
         number_(mesh.vertex.records),
-        curvature_(static_cast<std::size_t>(mesh.vertex.get_vertnum())) {}
+        curvature_(static_cast<std::size_t>(mesh.vertex.get_vertnum())),
+        cache_(mesh.edge, mesh.face) {}
 
   void enqueue(_vert* vert) {
     if (vert->state == kStateDeleted || vert->state == kFrozen) return;
@@ -142,7 +144,7 @@ class SpikeRemover {
 
   void level_out(_vert* vert);
   Vec3f relaxed(const _vert* vert) const;
-  bool worth_moving(_vert* vert, Vec3f place);
+  bool worth_moving(const _vert* vert, const Vec3f& place);
   void remove(_vert* vert);
   void move(_vert* vert, const Vec3f& place);
 
@@ -150,6 +152,7 @@ class SpikeRemover {
   Thresholds thresholds_;
   scanmesh::RecordNumbers<_vert> number_;
   std::vector<Curvature> curvature_;
+  scanmesh::CurvatureCache cache_;
   std::deque<_vert*> queue_;
   std::size_t first_size_ = 0;
   std::size_t pops_ = 0;
@@ -185,13 +188,13 @@ Vec3f SpikeRemover::relaxed(const _vert* vert) const {
 }
 
 // Compares the curvature around as it is known with what it would be. Frozen vertices have no say.
-bool SpikeRemover::worth_moving(_vert* vert, Vec3f place) {
-  const auto moved = [&](_vert* at) { return GetHK(at, false, false, true, vert, &place); };
+bool SpikeRemover::worth_moving(const _vert* vert, const Vec3f& place) {
+  const auto moved = [&](const _vert* at) { return cache_.with_moved(at, vert, place); };
   Neighbourhood before(known(vert));
   Neighbourhood after(moved(vert));
   for (int i = 0; i < vert->edge_num; ++i) {
     if (vert->edge[i]->state == kStateDeleted) continue;
-    _vert* const far = scanmesh::far_end(vert->edge[i], vert);
+    const _vert* const far = scanmesh::far_end(vert->edge[i], vert);
     if (far->state == kFrozen) continue;
     before.add(known(far));
     after.add(moved(far));
@@ -211,9 +214,13 @@ void SpikeRemover::remove(_vert* vert) {
     faces[i] = vert->face[i];
     normals = scanmesh::add(normals, faces[i]->vector);
   }
-  for (_face* face : faces) mesh_.face.dele_face(face);
+  for (_face* face : faces) {
+    cache_.forget(face);
+    mesh_.face.dele_face(face);
+  }
   _face* const face = mesh_.insert_face(corners[0], corners[1], corners[2], normals);
   if (face == nullptr) return;
+  cache_.forget(face);
   mesh_.face.refresh_vector(face);
   if (scanmesh::dot(face->vector, normals) < 0) {
     face->vector = scanmesh::negated(face->vector);
@@ -229,6 +236,7 @@ void SpikeRemover::remove(_vert* vert) {
 void SpikeRemover::move(_vert* vert, const Vec3f& place) {
   vert->point = place;
   for (int i = 0; i < vert->face_num; ++i) {
+    cache_.forget(vert->face[i]);
     if (vert->face[i]->state != kStateDeleted) mesh_.face.refresh_vector(vert->face[i]);
   }
   mesh_.vertex.R_cal_vector(vert);

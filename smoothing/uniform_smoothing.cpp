@@ -53,17 +53,22 @@ double mean_edge(const _face& face) {
 }
 
 // Corners of the faces in the band, then their neighbours, each vertex once. All slots of the face
-// store count: a deleted face selects its corners too.
+// store count: a deleted face selects its corners too, unless compaction has taken them away.
 std::vector<_vert*> band_vertices(Mesh& mesh, double low, double high) {
+  const int verts_in_store = mesh.vertex.get_vertnum();
   scanmesh::RecordNumbers<_vert> number(mesh.vertex.records);
-  std::vector<bool> taken(static_cast<std::size_t>(mesh.vertex.get_vertnum()));
+  std::vector<bool> taken(static_cast<std::size_t>(verts_in_store));
   std::vector<_vert*> verts;
   const auto take = [&](_vert* vert) {
     const auto i = static_cast<std::size_t>(number(vert));
     if (!taken[i]) verts.push_back(vert);
     taken[i] = true;
   };
+  const auto is_gone = [&](const _vert* vert) {
+    return verts_in_store == 0 || mesh.vertex[number(vert)] != vert;
+  };
   scanmesh::for_each_in(mesh.face.records, 0, mesh.face.get_facenum(), [&](int, _face& face) {
+    if (std::any_of(face.vert, face.vert + 3, is_gone)) return;
     const double size = mean_edge(face);
     if (size > low && size < high) std::for_each(face.vert, face.vert + 3, take);
   });

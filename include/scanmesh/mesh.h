@@ -168,7 +168,7 @@ class SCANMESH_API Mesh {
   void GaussianCurvatureLimit_Lap_filter();
 
   // ---- Smoothing --------------------------------------------------------------------------------
-  // All of these compute every new position from the old ones before they write any.
+  // Filters compute every new position from the old ones before they write any.
 
   /// Strength of the filters that know four of them; any other value makes them do nothing.
   enum smooth_level : int {

@@ -420,6 +420,19 @@ TEST(Smooth, zero_vector_needs_a_threshold_above_one) {
   EXPECT_TRUE(same_bits(above->face[0]->vector, {0, 0, 0}));
 }
 
+TEST(Smooth, deleted_faces_may_outlive_their_vertices) {
+  const auto mesh = tetrahedron().mesh();
+  for (int i = 0; i < 4; ++i) mesh->face.dele_face(mesh->face[i]);
+  mesh->vertex.sort_out_mem();
+  ASSERT_EQ(mesh->vertex.get_vertnum(), 0);
+  mesh->bilateralNormalde(Mesh_M::Mesh::smooth_medium);
+  mesh->Two_Step_Smooth(Mesh_M::Mesh::smooth_medium);
+  mesh->Fast_Eletric_Filter(1, 0, false);
+  mesh->meshSmooth(2);
+  mesh->borderSmoothing(2.0F, 2);
+  EXPECT_EQ(mesh->face.get_real_facenum(), 0);
+}
+
 TEST(Smooth, fewer_faces_than_workers_and_none_at_all) {
   const auto mesh = tetrahedron().mesh();
   const auto expected = tetrahedron().mesh();
