@@ -1,0 +1,70 @@
+// The k-d tree that a BPA::Ball_Pivoting holds.
+#ifndef SCANMESH_KD_TREE_H
+#define SCANMESH_KD_TREE_H
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace KdT {
+
+/// Median-split tree with one point in every node (Bentley 1975). T is a copyable element that
+/// gives its coordinate in dimension 0 to D - 1, a float, by operator[].
+///
+/// Nodes lie in one array, each with a copy of its coordinates; the elements stand in a second one
+/// in the same order. Built by one thread; a built tree may be searched by many at once.
+template <typename T, int D>
+class KdTree {
+ public:
+  using Distance = std::function<double(T*, T*)>;
+  using AxisDistance = std::function<double(T*, T*, int)>;
+
+  int32_t bin_count = 1000;    // bins of the histogram that narrows a median search down
+  Distance distance;           // squared distance
+  AxisDistance axis_distance;  // squared distance along one dimension
+
+  /// Builds the tree over copies of `count` elements; what it held before is gone. An empty hook
+  /// stands for metric_distance, or metric_axis_distance. Without elements the tree is empty.
+  void build_tree(T* points, int count, Distance distance_hook, AxisDistance axis_hook);
+
+  /// The `k` elements nearest to the query, farthest first, as pointers to the tree's own elements;
+  /// elements at equal distance come in any order. `results` has room for k. Returns their number,
+  /// or -1 when the way down to the query is longer than 1000 nodes, with `results` as it was.
+  /// After the way down 10000 further nodes are looked at, at most; beyond that the result is
+  /// approximate.
+  int find_nearest(T& query, int k, T** results);
+
+  /// Releases the nodes.
+  void free_tree();
+
+  /// Differences and squares in float, their sum in double.
+  static double metric_distance(T* a, T* b);
+  /// Difference and square in float.
+  static double metric_axis_distance(T* a, T* b, int dimension);
+
+  /// A node; `left` and `right` are numbers of nodes, 0 where there is none. A child follows its
+  /// parent in the array, the left one directly.
+  struct Node {
+    float at[D];
+    int32_t split_dim;  // 0 in a leaf
+    float min_val;      // over the node's subtree, its own point included, on split_dim
+    float max_val;
+    int32_t left;
+    int32_t right;
+  };
+  int node_count() const { return static_cast<int>(nodes_.size()); }
+  const Node& node(int number) const { return nodes_[static_cast<std::size_t>(number)]; }
+  T& element(int number) { return points_[static_cast<std::size_t>(number)]; }
+
+ private:
+  class Builder;
+  class Search;
+
+  std::vector<Node> nodes_;
+  std::vector<T> points_;
+  bool own_metrics_ = true;
+};
+
+}  // namespace KdT
+
+#endif  // SCANMESH_KD_TREE_H
