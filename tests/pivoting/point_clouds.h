@@ -16,10 +16,102 @@ namespace test_support {
 
 using BallNode = BPA::Ball_Pivoting::T_node;
 
+// Points with unit normals.
 struct Cloud {
   std::vector<Vec3f> points;
   std::vector<Vec3f> normals;
+  float spacing = 1;
+
+  int count() const { return static_cast<int>(points.size()); }
+  void add(const Vec3f& point, const Vec3f& normal) {
+    points.push_back(point);
+    normals.push_back(scanmesh::scaled(normal, 1 / scanmesh::length(normal)));
+  }
 };
+
+// A fresh array of the kind that a reconstructor takes.
+inline MemS::MemAllo<float[3]> array_of(const std::vector<Vec3f>& vectors) {
+  MemS::MemAllo<float[3]> array;
+  array.inalize(1000, 10);
+  for (const Vec3f& v : vectors) {
+    float(&slot)[3] = array.allocate_mem();
+    slot[0] = v.x;
+    slot[1] = v.y;
+    slot[2] = v.z;
+  }
+  return array;
+}
+
+// A spiral over a sphere, jittered: spacing about 1.
+inline Cloud sphere_cloud(int n, uint64_t seed, double jitter = 0.2) {
+  Random random(seed);
+  Cloud cloud;
+  const double radius = std::sqrt(n / (4 * 3.14159265358979));
+  for (int i = 0; i < n; ++i) {
+    const double z = 1 - (2 * i + 1.0) / n;
+    const double angle = i * 2.399963229728653;
+    const double across = std::sqrt(1 - z * z);
+    Vec3f p{static_cast<float>(radius * across * std::cos(angle)),
+            static_cast<float>(radius * across * std::sin(angle)), static_cast<float>(radius * z)};
+    const auto shift = static_cast<float>(jitter);
+    p.x += shift * random.signed_unit();
+    p.y += shift * random.signed_unit();
+    p.z += shift * random.signed_unit();
+    cloud.add(p, p);
+  }
+  return cloud;
+}
+
+// A wavy sheet on an uneven grid with some points missing: spacing about 1.
+inline Cloud wavy_cloud(int n, uint64_t seed, float noise = 0.02F) {
+  Random random(seed);
+  Cloud cloud;
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < n; ++i) {
+      const float x = static_cast<float>(i) + 0.3F * random.signed_unit();
+      const float y = static_cast<float>(j) + 0.3F * random.signed_unit();
+      if (random.below(50) == 0) continue;
+      const float z = 1.5F * std::sin(0.3F * x) * std::cos(0.25F * y);
+      const float zx = 0.45F * std::cos(0.3F * x) * std::cos(0.25F * y);
+      const float zy = -0.375F * std::sin(0.3F * x) * std::sin(0.25F * y);
+      cloud.add({x, y, z + noise * random.signed_unit()}, {-zx, -zy, 1});
+    }
+  }
+  return cloud;
+}
+
+// Points anywhere in a flat box with normals that agree only roughly: everything goes wrong here.
+inline Cloud messy_cloud(int n, uint64_t seed) {
+  Random random(seed);
+  Cloud cloud;
+  const float extent = 0.5F * std::sqrt(static_cast<float>(n));
+  for (int i = 0; i < n; ++i) {
+    const float x = extent * random.signed_unit();
+    const float y = extent * random.signed_unit();
+    const Vec3f p{x, y, 0.8F * random.signed_unit()};
+    const float nx = 0.8F * random.signed_unit();
+    cloud.add(p, {nx, 0.8F * random.signed_unit(), random.below(8) == 0 ? -1.0F : 1.0F});
+  }
+  return cloud;
+}
+
+inline Cloud joined(Cloud a, const Cloud& b, const Vec3f& shift) {
+  for (std::size_t i = 0; i < b.points.size(); ++i) {
+    a.add(scanmesh::add(b.points[i], shift), b.normals[i]);
+  }
+  return a;
+}
+
+inline Cloud shuffled(Cloud cloud, uint64_t seed) {
+  Random random(seed);
+  for (int i = cloud.count() - 1; i > 0; --i) {
+    const auto a = static_cast<std::size_t>(i);
+    const auto b = static_cast<std::size_t>(random.below(i + 1));
+    std::swap(cloud.points[a], cloud.points[b]);
+    std::swap(cloud.normals[a], cloud.normals[b]);
+  }
+  return cloud;
+}
 
 // Bare vertex records over points, and elements of both trees over them.
 struct TreeInput {
