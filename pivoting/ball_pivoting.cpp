@@ -30,6 +30,8 @@ constexpr int kMostSteps = 50;
 // ---- The exported calls
 // ---------------------------------------------------------------------------
 
+const int Ball_Pivoting::radsize;
+
 Ball_Pivoting::Ball_Pivoting()
     : cos_20(scanmesh::cos_degrees(20)),
       cos_120(scanmesh::cos_degrees(120)),
@@ -105,13 +107,8 @@ void Ball_Pivoting::_FindPlace(std::vector<_edge*>* edges, const int* start, con
 
 bool Ball_Pivoting::FindSphere(_vert* p, _vert* a, _vert* b, Vec3f& centre, Vec3f& normal,
                                double& r_sq, double& circ_sq) {
-  scanmesh::Ball ball{centre, normal, r_sq, circ_sq};
-  const bool found = scanmesh::find_sphere(BallPivotingTraits::limits(*this), *p, *a, *b, ball);
-  centre = ball.centre;
-  normal = ball.normal;
-  r_sq = ball.r_sq;
-  circ_sq = ball.circ_sq;
-  return found;
+  return scanmesh::find_sphere(BallPivotingTraits::limits(*this), *p, *a, *b, centre, normal, r_sq,
+                               circ_sq);
 }
 
 bool Ball_Pivoting::CheckEdge(_edge* edge) {

@@ -16,6 +16,7 @@ namespace kd_limits {
 constexpr int kHistogramFrom = 129;    // points from which on a histogram pays
 constexpr int kLongestDescent = 1000;  // nodes
 constexpr int kMostPops = 10000;
+constexpr int kBlock = 16;  // nodes of a subtree that is searched as a whole
 }  // namespace kd_limits
 
 // Takes ranges of the points from a stack, finds the median of each and leaves the rest as two
@@ -34,6 +35,7 @@ class KdTree<T, D>::Builder {
     bins_.resize(static_cast<std::size_t>(tree.bin_count) + 1);
     tree.nodes_.reserve(items_.size());
     tree.points_.reserve(items_.size());
+    for (std::vector<float>& along : tree.along_) along.reserve(items_.size() + kd_limits::kBlock);
   }
 
   void run() {
@@ -48,6 +50,7 @@ class KdTree<T, D>::Builder {
         split(range, items);
       }
     }
+    for (std::vector<float>& along : tree_.along_) along.resize(items_.size() + kd_limits::kBlock);
   }
 
  private:
@@ -73,17 +76,9 @@ class KdTree<T, D>::Builder {
 
   int32_t add_node(const Range& range, const Item& item, int dim, float low, float high) {
     const auto number = static_cast<int32_t>(tree_.nodes_.size());
-    Node& node = tree_.nodes_.emplace_back();
-    std::copy_n(item.at, D, node.at);
-    node.split_dim = dim;
-    node.min_val = low;
-    node.max_val = high;
-    node.left = 0;
-    node.right = 0;
-    if (range.parent >= 0) {
-      Node& parent = tree_.nodes_[static_cast<std::size_t>(range.parent)];
-      (range.is_right ? parent.right : parent.left) = number;
-    }
+    tree_.nodes_.push_back({item.at[dim], dim, low, high, range.count, 0});
+    for (int d = 0; d < D; ++d) tree_.along_[d].push_back(item.at[d]);
+    if (range.is_right) tree_.nodes_[static_cast<std::size_t>(range.parent)].right = number;
     tree_.points_.push_back(input_[item.number]);
     return number;
   }
@@ -196,8 +191,8 @@ class KdTree<T, D>::Builder {
   // All points are the same: ties go right, so every node has one child, and nothing is left to
   // compare. Splitting step by step would take quadratic time.
   void chain(Range range, const Item* items) {
-    for (int i = 0; i < range.count; ++i) {
-      range.parent = add_node(range, items[i], 0, items[i].at[0], items[i].at[0]);
+    for (; range.count > 0; --range.count, ++items) {
+      range.parent = add_node(range, *items, 0, items->at[0], items->at[0]);
       range.is_right = true;
     }
   }
@@ -210,7 +205,8 @@ class KdTree<T, D>::Builder {
   std::vector<Range> open_;
 };
 
-// One search: the best so far, and the nodes that wait.
+// What the two forms of a search share: the query, the nodes that wait, the rules by which they
+// are taken up.
 template <typename T, int D>
 class KdTree<T, D>::Search {
  public:
@@ -218,50 +214,16 @@ class KdTree<T, D>::Search {
     for (int d = 0; d < D; ++d) at_[d] = query[d];
   }
 
-  template <bool kOwnMetrics, typename Best>
-  bool run(Best& best) {
-    if (!descend<kOwnMetrics>(best)) return false;
-    for (int pops = 0; waiting_ > 0 && pops < kd_limits::kMostPops; ++pops) {
-      const int32_t number = stack_[--waiting_];
-      const Node& node = nodes_[number];
-      const double axis = axis_distance<kOwnMetrics>(number);
-      if (!best.full() || best.worst() > axis) {
-        const double distance = this->distance<kOwnMetrics>(number);
-        if (!best.full() || best.worst() > distance) best.add(distance, number);
-        push(node.left);
-        push(node.right);
-      } else {
-        push_near_side(node, best.worst());
-      }
-    }
-    return true;
-  }
+ protected:
+  static double square(float difference) { return difference * difference; }
 
- private:
-  // The way to the query's place; the sides not taken wait, the deepest on top.
-  template <bool kOwnMetrics, typename Best>
-  bool descend(Best& best) {
-    int32_t number = 0;
-    for (int reached = 1;; ++reached) {
-      if (reached > kd_limits::kLongestDescent) return false;
-      best.add(distance<kOwnMetrics>(number), number);
-      const Node& node = nodes_[number];
-      const bool goes_left = node.at[node.split_dim] > at_[node.split_dim];
-      push(goes_left ? node.right : node.left);
-      number = goes_left ? node.left : node.right;
-      if (number == 0) return true;
-    }
-  }
+  double along_axis(const Node& node) const { return square(at_[node.split_dim] - node.at); }
 
-  // The node's plane lies beyond the worst of k, so its own point isn't looked at, nor its far
-  // side. When the near side is missing the other one is tried all the same.
-  void push_near_side(const Node& node, double worst) {
-    const float q = at_[node.split_dim];
-    if (q >= node.at[node.split_dim] && node.right != 0) {
-      if (!(q > node.max_val) || square(q - node.max_val) <= worst) push(node.right);
-    } else if (node.left != 0) {
-      if (q >= node.min_val || square(q - node.min_val) < worst) push(node.left);
-    }
+  double distance(int32_t number) const {
+    double sum = 0;
+    for (int d = 0; d < D; ++d)
+      sum += square(at_[d] - tree_.along_[d][static_cast<std::size_t>(number)]);
+    return sum;
   }
 
   void push(int32_t number) {
@@ -269,23 +231,30 @@ class KdTree<T, D>::Search {
     waiting_ += number != 0 ? 1 : 0;
   }
 
-  static double square(float difference) { return difference * difference; }
-
-  template <bool kOwnMetrics>
-  double axis_distance(int32_t number) {
-    const int dim = nodes_[number].split_dim;
-    if constexpr (kOwnMetrics) return square(at_[dim] - nodes_[number].at[dim]);
-    return tree_.axis_distance(&query_, &tree_.element(number), dim);
+  // The side of the node on which the query lies first, and pushes the other one.
+  int32_t step_down(int32_t number) {
+    const Node& node = nodes_[number];
+    const int32_t left = tree_.left(number);
+    const bool goes_left = node.at > at_[node.split_dim];
+    push(goes_left ? node.right : left);
+    return goes_left ? left : node.right;
   }
 
-  template <bool kOwnMetrics>
-  double distance(int32_t number) {
-    if constexpr (kOwnMetrics) {
-      double sum = 0;
-      for (int d = 0; d < D; ++d) sum += square(at_[d] - nodes_[number].at[d]);
-      return sum;
+  void push_children(int32_t number) {
+    push(tree_.left(number));
+    push(nodes_[number].right);
+  }
+
+  // The node's plane lies beyond the worst of k, so its own point isn't looked at, nor its far
+  // side. When the near side is missing the other one is tried all the same.
+  void push_near_side(int32_t number, double worst) {
+    const Node& node = nodes_[number];
+    const float q = at_[node.split_dim];
+    if (q >= node.at && node.right != 0) {
+      if (!(q > node.max_val) || square(q - node.max_val) <= worst) push(node.right);
+    } else if (const int32_t left = tree_.left(number)) {
+      if (q >= node.min_val || square(q - node.min_val) < worst) push(left);
     }
-    return tree_.distance(&query_, &tree_.element(number));
   }
 
   KdTree& tree_;
@@ -295,6 +264,126 @@ class KdTree<T, D>::Search {
   int waiting_ = 0;
   // Each pop takes one and leaves two at most.
   int32_t stack_[kd_limits::kLongestDescent + kd_limits::kMostPops + 2];
+};
+
+// Node by node, as the limits count, and with the caller's metrics where there are some.
+template <typename T, int D>
+class KdTree<T, D>::PlainSearch : public KdTree<T, D>::Search {
+ public:
+  using Search::Search;
+
+  template <typename Best>
+  bool run(Best& best) {
+    if (!descend(best)) return false;
+    for (int pops = 0; this->waiting_ > 0 && pops < kd_limits::kMostPops; ++pops) {
+      const int32_t number = this->stack_[--this->waiting_];
+      if (!best.full() || best.worst() > axis_metric(number)) {
+        const double distance = metric(number);
+        if (!best.full() || best.worst() > distance) best.add(distance, number);
+        this->push_children(number);
+      } else {
+        this->push_near_side(number, best.worst());
+      }
+    }
+    return true;
+  }
+
+ private:
+  // The way to the query's place; the sides not taken wait, the deepest on top.
+  template <typename Best>
+  bool descend(Best& best) {
+    int32_t number = 0;
+    for (int reached = 1; reached <= kd_limits::kLongestDescent; ++reached) {
+      best.add(metric(number), number);
+      number = this->step_down(number);
+      if (number == 0) return true;
+    }
+    return false;
+  }
+
+  double axis_metric(int32_t number) {
+    const Node& node = this->nodes_[number];
+    if (this->tree_.own_metrics_) return this->along_axis(node);
+    return this->tree_.axis_distance(&this->query_, &this->tree_.element(number), node.split_dim);
+  }
+  double metric(int32_t number) {
+    if (this->tree_.own_metrics_) return this->distance(number);
+    return this->tree_.distance(&this->query_, &this->tree_.element(number));
+  }
+};
+
+// The same search with small subtrees taken as a whole: all their points at once, without a look at
+// their nodes. The best k are the same after each subtree. Every node of such a subtree counts as
+// popped, which is never too few: whoever stays within the limits here does so node by node.
+template <typename T, int D>
+class KdTree<T, D>::QuickSearch : public KdTree<T, D>::Search {
+ public:
+  using Search::Search;
+
+  // False when a limit may have been reached: then the plain form has to tell.
+  template <typename Best>
+  bool run(Best& best) {
+    if (!descend(best)) return false;
+    int pops = 0;
+    while (this->waiting_ > 0) {
+      const int32_t number = this->stack_[--this->waiting_];
+      const Node& node = this->nodes_[number];
+      if (node.size <= kd_limits::kBlock) {
+        pops += node.size;
+        add_block(best, number);
+        continue;
+      }
+      ++pops;
+      if (!best.full() || best.worst() > this->along_axis(node)) {
+        const double distance = this->distance(number);
+        if (!best.full() || best.worst() > distance) best.add(distance, number);
+        this->push_children(number);
+      } else {
+        this->push_near_side(number, best.worst());
+      }
+      if (pops > kd_limits::kMostPops) return false;
+    }
+    return pops <= kd_limits::kMostPops;
+  }
+
+ private:
+  // The path is added from its end: nearer ones first, which costs a sorted set next to nothing.
+  template <typename Best>
+  bool descend(Best& best) {
+    int32_t path[kd_limits::kLongestDescent];
+    int reached = 0;
+    int32_t number = 0;
+    while (number != 0 || reached == 0) {
+      if (this->nodes_[number].size <= kd_limits::kBlock) {
+        add_block(best, number);
+        break;
+      }
+      if (reached == kd_limits::kLongestDescent - kd_limits::kBlock) return false;
+      path[reached++] = number;
+      number = this->step_down(number);
+    }
+    while (reached > 0) {
+      const double distance = this->distance(path[--reached]);
+      if (!best.full() || best.worst() > distance) best.add(distance, path[reached]);
+    }
+    return true;
+  }
+
+  template <typename Best>
+  void add_block(Best& best, int32_t first) {
+    double distance[kd_limits::kBlock] = {};
+    for (int d = 0; d < D; ++d) {
+      const float* const along = this->tree_.along_[d].data() + first;
+      for (int i = 0; i < kd_limits::kBlock; ++i) {
+        const float difference = this->at_[d] - along[i];
+        const float squared = difference * difference;
+        distance[i] += static_cast<double>(squared);
+      }
+    }
+    for (int i = 0, n = this->nodes_[first].size; i < n; ++i) {
+      if (!best.full() || best.worst() > distance[i]) best.add(distance[i], first + i);
+    }
+  }
 };
 
 template <typename T, int D>
@@ -311,26 +400,23 @@ void KdTree<T, D>::build_tree(T* points, int count, Distance distance_hook,
 template <typename T, int D>
 int KdTree<T, D>::find_nearest(T& query, int k, T** results) {
   if (k < 1 || nodes_.empty()) return 0;
-  Search search(*this, query);
   const auto collect = [&](auto& best) {
-    const bool done =
-        own_metrics_ ? search.template run<true>(best) : search.template run<false>(best);
-    if (!done) return -1;
     best.farthest_first([&](int i, int32_t number) { results[i] = &element(number); });
     return best.size();
   };
-  if (k <= scanmesh::SmallNearestSet::kMost) {
+  if (own_metrics_ && k <= scanmesh::SmallNearestSet::kMost) {
     scanmesh::SmallNearestSet best(k);
-    return collect(best);
+    if (QuickSearch(*this, query).run(best)) return collect(best);
   }
   scanmesh::LargeNearestSet best(k);
-  return collect(best);
+  return PlainSearch(*this, query).run(best) ? collect(best) : -1;
 }
 
 template <typename T, int D>
 void KdTree<T, D>::free_tree() {
   std::vector<Node>().swap(nodes_);
   std::vector<T>().swap(points_);
+  for (std::vector<float>& along : along_) std::vector<float>().swap(along);
 }
 
 template <typename T, int D>

@@ -35,6 +35,19 @@ void set_schedule(double spacing, double& base_radius, double (&radius)[kRadii],
 bool find_sphere(const BallLimits& limits, const Mesh_R::_vert& p, const Mesh_R::_vert& a,
                  const Mesh_R::_vert& b, Ball& ball);
 
+// The same with the parts of the ball one by one.
+inline bool find_sphere(const BallLimits& limits, const Mesh_R::_vert& p, const Mesh_R::_vert& a,
+                        const Mesh_R::_vert& b, Vec3f& centre, Vec3f& normal, double& r_sq,
+                        double& circ_sq) {
+  Ball ball{centre, normal, r_sq, circ_sq};
+  const bool found = find_sphere(limits, p, a, b, ball);
+  centre = ball.centre;
+  normal = ball.normal;
+  r_sq = ball.r_sq;
+  circ_sq = ball.circ_sq;
+  return found;
+}
+
 // Whether a point lies outside the ball, but for `tolerance`, a squared length.
 inline bool outside(const Ball& ball, const Vec3f& point, double tolerance) {
   const Vec3f from_centre = sub(point, ball.centre);

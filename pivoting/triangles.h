@@ -34,8 +34,8 @@ void remove_face(const StoreSet& stores, Mesh_R::_face* face);
 // Deletes a face that was just made on `candidate`, which stays or becomes available again.
 void reject_face(const StoreSet& stores, Mesh_R::_face* face, Mesh_R::_vert* candidate);
 
-// Deletes faces that hang on by one edge or less, from that number on: one pass, so that a face
-// that becomes a spur behind the pass stays. A face on its own stays, too.
+// Deletes spurs from that number on: faces with two or three open edges, of which the first two
+// meet at a vertex that other faces touch. One pass: a face that becomes a spur behind it stays.
 void delete_spurs(const StoreSet& stores, int first_face);
 
 // Final normals and orientation of the faces from that number on.

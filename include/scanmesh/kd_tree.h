@@ -11,8 +11,8 @@ namespace KdT {
 /// Median-split tree with one point in every node (Bentley 1975). T is a copyable element that
 /// gives its coordinate in dimension 0 to D - 1, a float, by operator[].
 ///
-/// Nodes lie in one array, each with a copy of its coordinates; the elements stand in a second one
-/// in the same order. Built by one thread; a built tree may be searched by many at once.
+/// Nodes, elements and their coordinates lie in arrays of the same order. Built by one thread; a
+/// built tree may be searched by many at once.
 template <typename T, int D>
 class KdTree {
  public:
@@ -42,26 +42,35 @@ class KdTree {
   /// Difference and square in float.
   static double metric_axis_distance(T* a, T* b, int dimension);
 
-  /// A node; `left` and `right` are numbers of nodes, 0 where there is none. A child follows its
-  /// parent in the array, the left one directly.
+  /// A node. Its subtree is the stretch of `size` nodes that begins with it: the left child
+  /// follows directly, the right one behind the left subtree.
   struct Node {
-    float at[D];
+    float at;           // coordinate of its point on split_dim
     int32_t split_dim;  // 0 in a leaf
-    float min_val;      // over the node's subtree, its own point included, on split_dim
+    float min_val;      // over the subtree, its own point included, on split_dim
     float max_val;
-    int32_t left;
-    int32_t right;
+    int32_t size;
+    int32_t right;  // number of the right child, 0 for none
   };
   int node_count() const { return static_cast<int>(nodes_.size()); }
   const Node& node(int number) const { return nodes_[static_cast<std::size_t>(number)]; }
+  /// Numbers of the children, 0 where there is none.
+  int left(int number) const {
+    const Node& n = node(number);
+    return n.size > 1 && n.right != number + 1 ? number + 1 : 0;
+  }
+  int right(int number) const { return node(number).right; }
   T& element(int number) { return points_[static_cast<std::size_t>(number)]; }
 
  private:
   class Builder;
   class Search;
+  class PlainSearch;
+  class QuickSearch;
 
   std::vector<Node> nodes_;
   std::vector<T> points_;
+  std::vector<float> along_[D];  // coordinates of the points, and some room behind them
   bool own_metrics_ = true;
 };
 

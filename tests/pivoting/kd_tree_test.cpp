@@ -45,38 +45,44 @@ std::vector<double> farthest_first(std::vector<double> sorted, std::size_t k) {
 }
 
 // All numbers of a subtree.
-void gather(const Tree& tree, int number, std::vector<int>& out) {
+void gather(Tree& tree, int number, std::vector<int>& out) {
   out.push_back(number);
-  const Tree::Node& node = tree.node(number);
-  if (node.left != 0) gather(tree, node.left, out);
-  if (node.right != 0) gather(tree, node.right, out);
+  if (tree.left(number) != 0) gather(tree, tree.left(number), out);
+  if (tree.right(number) != 0) gather(tree, tree.right(number), out);
 }
 
-std::vector<int> subtree(const Tree& tree, int number) {
+std::vector<int> subtree(Tree& tree, int number) {
   std::vector<int> out;
   if (number != 0) gather(tree, number, out);
   return out;
 }
 
+// A coordinate of the point of a node.
+float at(Tree& tree, int number, int d) {
+  return tree.element(number)[d];
+}
+
 // The sum of squared deviations along a dimension.
-double spread(const Tree& tree, const std::vector<int>& numbers, int d) {
+double spread(Tree& tree, const std::vector<int>& numbers, int d) {
   double mean = 0;
-  for (int n : numbers) mean += tree.node(n).at[d];
+  for (int n : numbers) mean += at(tree, n, d);
   mean /= static_cast<double>(numbers.size());
   double sum = 0;
-  for (int n : numbers) sum += (tree.node(n).at[d] - mean) * (tree.node(n).at[d] - mean);
+  for (int n : numbers) sum += (at(tree, n, d) - mean) * (at(tree, n, d) - mean);
   return sum;
 }
 
-void check_node(const Tree& tree, int number) {
+void check_node(Tree& tree, int number) {
   const Tree::Node& node = tree.node(number);
   std::vector<int> all;
   gather(tree, number, all);
   const auto count = static_cast<int>(all.size());
+  EXPECT_EQ(node.size, count);
+  EXPECT_EQ(node.at, at(tree, number, node.split_dim));
   if (count == 1) {
     EXPECT_EQ(node.split_dim, 0);
-    EXPECT_EQ(node.min_val, node.at[0]);
-    EXPECT_EQ(node.max_val, node.at[0]);
+    EXPECT_EQ(node.min_val, at(tree, number, 0));
+    EXPECT_EQ(node.max_val, at(tree, number, 0));
     return;
   }
   // Up to rounding: sums over another order of the points differ in the last digits.
@@ -84,29 +90,28 @@ void check_node(const Tree& tree, int number) {
     EXPECT_GE(spread(tree, all, node.split_dim), spread(tree, all, d) * (1 - 1e-9));
   }
   std::vector<float> values;
-  for (int n : all) values.push_back(tree.node(n).at[node.split_dim]);
+  for (int n : all) values.push_back(at(tree, n, node.split_dim));
   std::sort(values.begin(), values.end());
-  const float at = node.at[node.split_dim];
-  EXPECT_EQ(at, values[static_cast<std::size_t>((count + 1) / 2 - 1)]);
+  EXPECT_EQ(node.at, values[static_cast<std::size_t>((count + 1) / 2 - 1)]);
   EXPECT_EQ(node.min_val, values.front());
   EXPECT_EQ(node.max_val, values.back());
-  for (int n : subtree(tree, node.left)) EXPECT_LT(tree.node(n).at[node.split_dim], at);
-  for (int n : subtree(tree, node.right)) EXPECT_GE(tree.node(n).at[node.split_dim], at);
+  for (int n : subtree(tree, tree.left(number))) EXPECT_LT(at(tree, n, node.split_dim), node.at);
+  for (int n : subtree(tree, tree.right(number))) EXPECT_GE(at(tree, n, node.split_dim), node.at);
 }
 
 // The search once more, with a plain heap and no limit but those of the way down and the pops.
-std::vector<double> plain_search(const Tree& tree, const Vec3f& query, std::size_t k) {
+std::vector<double> plain_search(Tree& tree, const Vec3f& query, std::size_t k) {
   const float q[3] = {query.x, query.y, query.z};
   const auto axis_to = [&](float value, int d) {
     const float difference = q[d] - value;
     return static_cast<double>(difference * difference);
   };
-  const auto distance = [&](const Tree::Node& n) {
-    return axis_to(n.at[0], 0) + axis_to(n.at[1], 1) + axis_to(n.at[2], 2);
+  const auto distance = [&](int n) {
+    return axis_to(at(tree, n, 0), 0) + axis_to(at(tree, n, 1), 1) + axis_to(at(tree, n, 2), 2);
   };
   std::priority_queue<double> heap;
   std::size_t insertions = 0;
-  const auto insert = [&](const Tree::Node& n) {
+  const auto insert = [&](int n) {
     heap.push(distance(n));
     if (++insertions > k) heap.pop();
   };
@@ -114,31 +119,31 @@ std::vector<double> plain_search(const Tree& tree, const Vec3f& query, std::size
   const auto push = [&](int n) {
     if (n != 0) stack.push_back(n);
   };
-  int at = 0;
-  for (;;) {
-    const Tree::Node& n = tree.node(at);
-    insert(n);
-    const bool left = n.at[n.split_dim] > q[n.split_dim];
-    push(left ? n.right : n.left);
-    at = left ? n.left : n.right;
-    if (at == 0) break;
-  }
+  int number = 0;
+  do {
+    insert(number);
+    const Tree::Node& n = tree.node(number);
+    const bool goes_left = n.at > q[n.split_dim];
+    push(goes_left ? tree.right(number) : tree.left(number));
+    number = goes_left ? tree.left(number) : tree.right(number);
+  } while (number != 0);
   for (int pops = 0; pops < 10000 && !stack.empty(); ++pops) {
-    const Tree::Node& n = tree.node(stack.back());
+    number = stack.back();
     stack.pop_back();
+    const Tree::Node& n = tree.node(number);
     const int d = n.split_dim;
     if (insertions < k) {
-      insert(n);
-      push(n.left);
-      push(n.right);
-    } else if (heap.top() > axis_to(n.at[d], d)) {
-      if (heap.top() > distance(n)) insert(n);
-      push(n.left);
-      push(n.right);
-    } else if (q[d] >= n.at[d] && n.right != 0) {
-      if (q[d] <= n.max_val || axis_to(n.max_val, d) <= heap.top()) push(n.right);
-    } else if (n.left != 0) {
-      if (q[d] >= n.min_val || axis_to(n.min_val, d) < heap.top()) push(n.left);
+      insert(number);
+      push(tree.left(number));
+      push(tree.right(number));
+    } else if (heap.top() > axis_to(n.at, d)) {
+      if (heap.top() > distance(number)) insert(number);
+      push(tree.left(number));
+      push(tree.right(number));
+    } else if (q[d] >= n.at && tree.right(number) != 0) {
+      if (q[d] <= n.max_val || axis_to(n.max_val, d) <= heap.top()) push(tree.right(number));
+    } else if (tree.left(number) != 0) {
+      if (q[d] >= n.min_val || axis_to(n.min_val, d) < heap.top()) push(tree.left(number));
     }
   }
   std::vector<double> out;
@@ -201,7 +206,6 @@ TEST(KdTree, splits_the_widest_dimension_at_the_lower_median_and_ties_go_right) 
     for (int i = 0; i < tree.node_count(); ++i) {
       check_node(tree, i);
       seen.insert(tree.element(i).vert);
-      EXPECT_EQ(tree.element(i).vert->point.x, tree.node(i).at[0]);
     }
     EXPECT_EQ(seen.size(), points.size());
   }
@@ -210,10 +214,10 @@ TEST(KdTree, splits_the_widest_dimension_at_the_lower_median_and_ties_go_right) 
 TEST(KdTree, two_points_make_a_node_with_one_child) {
   TreeInput input({{5, 0, 0}, {1, 0, 0}});
   Tree tree = tree_of(input);
-  EXPECT_EQ(tree.node(0).at[0], 1);
-  EXPECT_EQ(tree.node(0).left, 0);
-  EXPECT_EQ(tree.node(0).right, 1);
-  EXPECT_EQ(tree.node(1).at[0], 5);
+  EXPECT_EQ(tree.node(0).at, 1);
+  EXPECT_EQ(tree.left(0), 0);
+  EXPECT_EQ(tree.right(0), 1);
+  EXPECT_EQ(tree.node(1).at, 5);
 }
 
 TEST(KdTree, of_equally_wide_dimensions_the_first_is_split) {
@@ -292,12 +296,32 @@ TEST(KdTree, looks_at_10000_nodes_after_the_way_down_and_drops_the_rest) {
 }
 
 TEST(KdTree, searches_as_the_plain_form_does) {
-  const auto points = sheet_points(200, 12);
+  // Large enough for a search that meets the limit on some queries and not on others.
+  auto points = sheet_points(200, 12);
+  for (Vec3f& p : points) p.z *= 0.01F;
   TreeInput input(points);
   Tree tree = tree_of(input);
   for (const Vec3f& query : random_points(300, 13, 150)) {
     EXPECT_EQ(distances_of(tree, query, 17), plain_search(tree, query, 17));
+    EXPECT_EQ(distances_of(tree, query, 64), plain_search(tree, query, 64));
     EXPECT_EQ(distances_of(tree, query, 500), plain_search(tree, query, 500));
+  }
+}
+
+TEST(KdTree, searches_near_the_limit_of_nodes_as_the_plain_form_does) {
+  // Spheres of growing size around the query: the number of nodes looked at passes the limit.
+  for (int n = 9000; n < 12000; n += 250) {
+    std::vector<Vec3f> points;
+    Random random(static_cast<uint64_t>(n));
+    for (int i = 0; i < n; ++i) {
+      const Vec3f p{random.signed_unit(), random.signed_unit(), random.signed_unit()};
+      points.push_back(scanmesh::scaled(p, (10 + random.signed_unit()) / scanmesh::length(p)));
+    }
+    TreeInput input(points);
+    Tree tree = tree_of(input);
+    for (const Vec3f& query : random_points(5, 13, 0.01F)) {
+      EXPECT_EQ(distances_of(tree, query, 16), plain_search(tree, query, 16));
+    }
   }
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "pivoting/ball_pivoting_traits.h"
+#include "pivoting/x_ball_pivoting_traits.h"
 #include "scanmesh/ball_pivoting.h"
 #include "scanmesh/mesh.h"
 #include "tests/pivoting/point_clouds.h"
@@ -43,6 +44,36 @@ struct BallPivotingAccess {
 };
 
 }  // namespace BPA
+
+namespace xbpa {
+
+struct XBallPivotingAccess {
+  static bool find_seed(XBallPivoting& self, XPointNode& node, Mesh_R::_face*& out, int task) {
+    return self.FindSeed(&node, out, task);
+  }
+  static bool find_place(XBallPivoting& self, Mesh_R::_edge* edge, Mesh_R::_vert*& out,
+                         MemS::Point3v<float>& normal, int task) {
+    return self.FindPlace(edge, out, normal, task);
+  }
+  template <typename... Arguments>
+  static void find_places(XBallPivoting& self, Arguments... arguments) {
+    self._FindPlace(arguments...);
+  }
+  static bool find_sphere(XBallPivoting& self, Mesh_R::_vert* p, Mesh_R::_vert* a, Mesh_R::_vert* b,
+                          scanmesh::Ball& ball) {
+    return self.FindSphere(p, a, b, ball.centre, ball.normal, ball.r_sq, ball.circ_sq);
+  }
+  static bool check(XBallPivoting& self, Mesh_R::_edge* edge) { return self.CheckEdge(edge); }
+  static bool check(XBallPivoting& self, Mesh_R::_edge* edge, Mesh_R::_vert* vert) {
+    return self.CheckEdge(edge, vert);
+  }
+  static Mesh_R::_face* insert_face(XBallPivoting& self, Mesh_R::_vert* a, Mesh_R::_vert* b,
+                                    Mesh_R::_vert* c, MemS::Point3v<float> normal) {
+    return self.insert_face(a, b, c, normal);
+  }
+};
+
+}  // namespace xbpa
 
 namespace test_support {
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -167,6 +168,85 @@ inline std::vector<double> brute_distances(const std::vector<Vec3f>& points, con
   }
   std::sort(out.begin(), out.end());
   return out;
+}
+
+struct NamedCloud {
+  const char* name;
+  Cloud cloud;
+};
+
+inline std::vector<NamedCloud> test_clouds() {
+  Cloud outliers = wavy_cloud(30, 5);
+  for (const Vec3f& p : random_points(40, 6, 30)) outliers.add(p, {0, 0, 1});
+  Cloud fine = sphere_cloud(900, 7);
+  for (Vec3f& p : fine.points) p = scanmesh::scaled(p, 0.01);
+  fine.spacing = 0.01F;
+  Cloud sparse = wavy_cloud(30, 8);
+  sparse.spacing = 0.4F;
+  Cloud coarse = wavy_cloud(25, 9);
+  coarse.spacing = 2.5F;
+  return {{"sphere", sphere_cloud(1000, 1)},
+          {"wavy", wavy_cloud(32, 2)},
+          {"shuffled", shuffled(wavy_cloud(32, 3), 4)},
+          {"outliers", outliers},
+          {"fine", fine},
+          {"balls too small", sparse},
+          {"balls too large", coarse},
+          {"messy", messy_cloud(900, 10)},
+          {"messier", messy_cloud(900, 11)},
+          {"two parts", joined(sphere_cloud(300, 12), wavy_cloud(16, 13), {40, 0, 0})}};
+}
+
+// Clouds that a reconstruction isn't meant for.
+inline std::vector<NamedCloud> bad_clouds() {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  std::vector<NamedCloud> out;
+  for (const int n : {1, 2, 3, 15, 16}) {
+    Cloud few = wavy_cloud(5, 1);
+    few.points.resize(static_cast<std::size_t>(n));
+    few.normals.resize(static_cast<std::size_t>(n));
+    out.push_back({"few", few});
+  }
+  Cloud equal;
+  for (int i = 0; i < 3000; ++i) equal.add({1, 2, 3}, {0, 0, 1});
+  out.push_back({"all equal", equal});
+  Cloud twice = wavy_cloud(20, 2);
+  out.push_back({"every point twice", joined(twice, twice, {0, 0, 0})});
+  Cloud often = wavy_cloud(20, 3);
+  for (int i = 0; i < 40; ++i) often.add(often.points[7], often.normals[7]);
+  out.push_back({"one point often", often});
+  Cloud broken = wavy_cloud(25, 4);
+  Random random(5);
+  for (int i = 0; i < 80; ++i) {
+    const auto k = static_cast<std::size_t>(random.below(broken.count()));
+    (i % 3 == 0   ? broken.points[k].x
+     : i % 3 == 1 ? broken.points[k].y
+                  : broken.normals[k].z) = i % 4 == 0 ? kInf : kNaN;
+  }
+  out.push_back({"not finite", broken});
+  Cloud nothing;
+  for (int i = 0; i < 50; ++i) nothing.add({kNaN, kNaN, kNaN}, {0, 0, 1});
+  out.push_back({"no number at all", nothing});
+  Cloud line;
+  for (int i = 0; i < 50; ++i) line.add({static_cast<float>(i), 0, 0}, {0, 0, 1});
+  out.push_back({"on a line", line});
+  Cloud flat = wavy_cloud(20, 6);
+  for (Vec3f& n : flat.normals) n = {0, 0, 0};
+  out.push_back({"no normals", flat});
+  return out;
+}
+
+// The reports that a reconstruction makes, by its number of points and of attempts.
+inline std::vector<int> expected_steps(long points, long attempts) {
+  const long total = std::min(2 * points, 50L);
+  const long stride = (2 * points - 1 + total) / total;
+  std::vector<int> steps{1};
+  for (long i = 1; i <= attempts; ++i) {
+    if (i % stride == 1) steps.push_back(static_cast<int>(std::min(total - 1, i / stride + 2)));
+  }
+  steps.push_back(static_cast<int>(total));
+  return steps;
 }
 
 }  // namespace test_support
