@@ -15,28 +15,33 @@ inline double comparable(double distance) {
   return distance == distance ? distance : std::numeric_limits<double>::infinity();
 }
 
-// Kept sorted: for the few neighbours of a pivot search that beats a heap.
+// For the few neighbours of a pivot search: the first k are sorted at once, when there are so many,
+// and a later one moves up to its place. That beats a heap.
 class SmallNearestSet {
  public:
   static constexpr int kMost = 64;
 
-  explicit SmallNearestSet(int k) : k_(k) {}
+  explicit SmallNearestSet(int k) : k_(k) {
+    distance_[0] = -1;  // stops every move
+  }
 
   bool full() const { return size_ == k_; }
   int size() const { return size_; }
-  // The farthest one.
-  double worst() const { return distance_[size_ - 1]; }
+  // The farthest one of a full set.
+  double worst() const { return distance_[size_]; }
 
   // Drops the farthest one when there are too many.
   void add(double distance, int32_t number) {
-    distance = comparable(distance);
-    int i = size_;
     if (size_ < k_) {
       ++size_;
-    } else if (distance >= distance_[--i]) {
+      distance_[size_] = comparable(distance);
+      number_[size_] = number;
+      if (size_ == k_) sort();
       return;
     }
-    for (; i > 0 && distance_[i - 1] > distance; --i) {
+    if (!(distance < worst())) return;
+    int i = size_;
+    for (; distance_[i - 1] > distance; --i) {
       distance_[i] = distance_[i - 1];
       number_[i] = number_[i - 1];
     }
@@ -45,15 +50,34 @@ class SmallNearestSet {
   }
 
   template <typename Visit>
-  void farthest_first(Visit visit) const {
-    for (int i = 0; i < size_; ++i) visit(i, number_[size_ - 1 - i]);
+  void farthest_first(Visit visit) {
+    if (!full()) sort();
+    for (int i = 0; i < size_; ++i) visit(i, number_[size_ - i]);
   }
 
  private:
+  // By counting those in front of each, which needs no branches.
+  void sort() {
+    double distance[kMost];
+    int32_t number[kMost];
+    std::copy_n(distance_ + 1, size_, distance);
+    std::copy_n(number_ + 1, size_, number);
+    uint64_t taken = 0;
+    for (int i = 0; i < size_; ++i) {
+      int64_t before = 0;
+      for (int j = 0; j < size_; ++j) before += distance[j] < distance[i] ? 1 : 0;
+      // Equal ones follow one another.
+      while ((taken >> before & 1U) != 0) ++before;
+      taken |= uint64_t{1} << before;
+      distance_[before + 1] = distance[i];
+      number_[before + 1] = number[i];
+    }
+  }
+
   const int k_;
   int size_ = 0;
-  double distance_[kMost];
-  int32_t number_[kMost];
+  double distance_[kMost + 1];  // from 1 on
+  int32_t number_[kMost + 1];
 };
 
 class LargeNearestSet {
@@ -65,13 +89,12 @@ class LargeNearestSet {
   double worst() const { return heap_.front().first; }
 
   void add(double distance, int32_t number) {
-    distance = comparable(distance);
     if (full()) {
-      if (distance >= worst()) return;
+      if (!(distance < worst())) return;
       std::pop_heap(heap_.begin(), heap_.end());
       heap_.back() = {distance, number};
     } else {
-      heap_.emplace_back(distance, number);
+      heap_.emplace_back(comparable(distance), number);
     }
     std::push_heap(heap_.begin(), heap_.end());
   }

@@ -50,7 +50,8 @@ class KdTree {
     float min_val;      // over the subtree, its own point included, on split_dim
     float max_val;
     int32_t size;
-    int32_t right;  // number of the right child, 0 for none
+    int32_t right;        // number of the right child, 0 for none
+    uint16_t crossed[D];  // see crossed_nodes() below
   };
   int node_count() const { return static_cast<int>(nodes_.size()); }
   const Node& node(int number) const { return nodes_[static_cast<std::size_t>(number)]; }
@@ -61,6 +62,10 @@ class KdTree {
   }
   int right(int number) const { return node(number).right; }
   T& element(int number) { return points_[static_cast<std::size_t>(number)]; }
+
+  /// How many nodes of a subtree a search can meet that doesn't go beyond any node that splits on
+  /// `dimension`; up to 65535.
+  int crossed_nodes(int number, int dimension) const { return node(number).crossed[dimension]; }
 
  private:
   class Builder;
