@@ -2,15 +2,19 @@
 #ifndef SCANMESH_SCANMESH_H
 #define SCANMESH_SCANMESH_H
 
+#include "scanmesh/ball_pivoting.h"
 #include "scanmesh/cavity_patcher.h"
 #include "scanmesh/curvature.h"
 #include "scanmesh/export.h"
 #include "scanmesh/geometry.h"
 #include "scanmesh/hole.h"
+#include "scanmesh/kd_tree.h"
 #include "scanmesh/mem_allo.h"
 #include "scanmesh/mesh.h"
 #include "scanmesh/process_step.h"
+#include "scanmesh/static_kd_tree.h"
 #include "scanmesh/stores.h"
 #include "scanmesh/vertex_octree.h"
+#include "scanmesh/x_ball_pivoting.h"
 
 #endif  // SCANMESH_SCANMESH_H
