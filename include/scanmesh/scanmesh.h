@@ -9,6 +9,8 @@
 #include "scanmesh/hole.h"
 #include "scanmesh/mem_allo.h"
 #include "scanmesh/mesh.h"
+#include "scanmesh/octree.h"
+#include "scanmesh/octree_pool.h"
 #include "scanmesh/process_step.h"
 #include "scanmesh/stores.h"
 #include "scanmesh/vertex_octree.h"
