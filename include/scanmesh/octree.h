@@ -143,6 +143,22 @@ class SCANMESH_API Oct_tree_Tri {
   /// Adds a marker, unless a sample or a cell of exactly this half edge is in its way.
   void oct_insert_marker(float* point, void* normal, float half, float radius);
 
+  /// Turns the tree into a signed field at the corners of its cells. Every sample leaf becomes a
+  /// voxel, virtual voxels are added in the empty cells around each, and each corner gets the mean
+  /// signed distance from the tangent planes of the samples whose cells touch it. Runs once; the
+  /// tree takes no samples afterwards. Searches run on 4 threads per processor.
+  void oct_build_voxel_Architecture();
+  /// Finds the vertex at a corner of voxel `i` (a list position) among its neighbours and links it
+  /// in; null if none of them has it. `block` is one of a chunk's blocks, with `brothers` filled.
+  Oct_tree_Triangulation* oct_allocate_voxel_mem(Paralledl* block, int i,
+                                                 Mesh_Oct::OctTreeVoxel corner);
+  /// Makes the vertex at a corner of voxel `i`, whose cell is centred at `centre`, and links it to
+  /// the cells around it.
+  Oct_tree_Triangulation* oct_allocate_voxel_mem(Paralledl* block, int i,
+                                                 Mesh_Oct::OctTreeVoxel corner, float* centre);
+  /// A node of the pool, in its default state.
+  Oct_tree_Triangulation* oct_allocate_node();
+
   /// The sample leaf that holds the point, or the interior node or virtual voxel centred there
   /// (within 0.0005 on each axis). Null outside the cube, in empty cells and at markers.
   Oct_tree_Triangulation* oct_search(float* point);
@@ -198,12 +214,17 @@ class SCANMESH_API Oct_tree_Tri {
   Place descend(const float* point, float half, int32_t interior_status, Stops stops);
   void become_sample(Oct_tree_Triangulation* node, const float* point, void* normal,
                      int32_t status);
-  Oct_tree_Triangulation* search_outside(const Oct_tree_Triangulation* parent, const float* centre,
-                                         int slot);
+  int verify_voxel() const;
 
- public:
-  /// A node of the pool, in its default state.
-  Oct_tree_Triangulation* oct_allocate_node();
+  float* next_counter();
+  Oct_tree_Triangulation* vertex_of(Oct_tree_Triangulation** cells, int corner);
+  Oct_tree_Triangulation* new_vertex(Oct_tree_Triangulation** cells, int corner,
+                                     const float* centre);
+  void add_distances(const std::vector<Paralledl>& blocks);
+  void add_virtual_voxels(const std::vector<Paralledl>& blocks);
+  void finish_field(int first_block, int first_slot);
+  void link_virtual_voxels(int workers, int chunk_size);
+  void build_field(int workers, int real_chunk, int virtual_chunk);
 };
 
 extern template class F_OctTree<Oct_tree_Triangulation*>;

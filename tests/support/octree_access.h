@@ -23,6 +23,10 @@ struct OctreeAccess {
   static void cut(const Oct_tree_Tri& tree, const Node* node, Bounding_Box& out, int kind) {
     tree.oct_cut(node, out, kind);
   }
+  static int verify_voxel(const Oct_tree_Tri& tree) { return tree.verify_voxel(); }
+  static void build(Oct_tree_Tri& tree, int workers, int real_chunk, int virtual_chunk) {
+    tree.build_field(workers, real_chunk, virtual_chunk);
+  }
 };
 
 namespace test_support {
