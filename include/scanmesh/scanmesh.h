@@ -7,6 +7,7 @@
 #include "scanmesh/export.h"
 #include "scanmesh/geometry.h"
 #include "scanmesh/hole.h"
+#include "scanmesh/marching.h"
 #include "scanmesh/mem_allo.h"
 #include "scanmesh/mesh.h"
 #include "scanmesh/octree.h"
