@@ -161,7 +161,8 @@ TEST(CellCase, four_corners_two_of_them_below_are_no_surface) {
 }
 
 TEST(CellCase, missing_corner_takes_precedence_over_an_earlier_zero) {
-  // As a full cell the zero would be positive on the tie; with a gap it isn't, as no more are above.
+  // As a full cell the zero would be positive on the tie; with a gap it isn't, as no more are
+  // above.
   EXPECT_EQ(case_number({0.0F, 1.0F, 1.0F, 1.0F, -1.0F, -1.0F, -1.0F, kGone}), 0b00001110);
 }
 
