@@ -53,6 +53,10 @@ void MC_Triangulation::insert_marker(float* point, void* normal, float half, flo
   tree.oct_insert_marker(point, normal, half, radius);
 }
 
+void MC_Triangulation::Fill_marker() {
+  tree.Fill_marker();
+}
+
 void MC_Triangulation::output_Point_data(float*& points, float*& normals, int& count,
                                          float*& halves, short*& tags) {
   tree.oct_output_PointCloud(points, normals, count, halves, tags);

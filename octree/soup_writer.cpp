@@ -56,7 +56,7 @@ void MC_Triangulation::mc_output_data(const char* file) {
         records.resize(at + kRecordBytes, 0);
         std::memcpy(records.data() + at, facet, sizeof(T_F));
       }
-      std::fwrite(records.data(), 1, records.size(), out.get());
+      if (!records.empty()) std::fwrite(records.data(), 1, records.size(), out.get());
     }
     std::fflush(out.get());
   }

@@ -44,6 +44,8 @@ class SCANMESH_API MC_Triangulation {
   void insert_data(float* point, float* normal, float half, int tag);
   /// One marker: sample spacing `half` around it, radius of the hole.
   void insert_marker(float* point, void* normal, float half, float radius);
+  /// Closes the marker holes; see Oct_tree_Tri::Fill_marker.
+  void Fill_marker();
   /// The samples as they are now. The caller frees the four arrays with delete[].
   void output_Point_data(float*& points, float*& normals, int& count, float*& halves, short*& tags);
   /// Builds the field (on 4 threads per processor), makes the facets and releases the tree.

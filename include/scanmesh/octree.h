@@ -78,6 +78,10 @@ enum OctreeStatus : int32_t {
 
 class Oct_tree_Tri;
 
+namespace scanmesh {
+class MarkerSurface;
+}
+
 /// What one worker of the voxel build works on. All blocks of a chunk share `planes` and
 /// `brothers`; a place in them is a list position less the first block's `begin`.
 struct Paralledl {
@@ -143,6 +147,15 @@ class SCANMESH_API Oct_tree_Tri {
   /// Adds a marker, unless a sample or a cell of exactly this half edge is in its way.
   void oct_insert_marker(float* point, void* normal, float half, float radius);
 
+  /// Closes the holes that markers left, after all samples and markers are in: new samples with tag
+  /// 1 across each, on a surface fitted to the samples around it. Those are regularised with them:
+  /// they move, and the normals in the caller's array are overwritten. A marker with too few
+  /// samples around stays open. Runs on 2 threads per processor and one, at most 64; reports
+  /// progress from them. (Carr et al. 2001.)
+  void Fill_marker();
+  /// Moves each sample of a list to the mean of its neighbourhood, in `iterations` rounds; only
+  /// neighbours whose normals agree count. Null entries are passed over.
+  void oct_Laplacian_Smooth(Oct_tree_Triangulation** list, int count, int iterations);
   /// Turns the tree into a signed field at the corners of its cells. Every sample leaf becomes a
   /// voxel, virtual voxels are added in the empty cells around each, and each corner gets the mean
   /// signed distance from the tangent planes of the samples whose cells touch it. Runs once; the
@@ -197,6 +210,7 @@ class SCANMESH_API Oct_tree_Tri {
 
  private:
   friend struct OctreeAccess;  // tests of the private operations
+  friend class scanmesh::MarkerSurface;
 
   enum class Ended { kNew, kExisting };
   struct Place {
