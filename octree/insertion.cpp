@@ -55,6 +55,7 @@ Oct_tree_Tri::Place Oct_tree_Tri::descend(const float* point, float half, int32_
     OctNode* child = node->link[octant];
     if (child != nullptr) {
       if (stops(child) == Met::kEnd) return {child, Ended::kExisting};
+      if (child->status == kOctMarker) cells_below_markers_ = true;
       node = child;
       continue;
     }
@@ -105,23 +106,40 @@ Oct_tree_Triangulation* Oct_tree_Tri::oct_insert(float* point, void* normal, flo
 
 Oct_tree_Triangulation* Oct_tree_Tri::oct_insert(float* point, void* normal, bool, float half) {
   if (!takes(half)) return nullptr;
-  const bool fine = min_HalfEdge > half;
-  const Place place =
-      descend(point, half, fine ? kOctFineInterior : kOctOrdinary, [half](const OctNode* child) {
-        return scanmesh::is_cell(child) || child->half <= half ? Met::kEnd : Met::kDescend;
-      });
-  OctNode* const node = place.node;
+  const int32_t status = min_HalfEdge > half ? kOctFineInterior : kOctOrdinary;
+  const Place place = descend(point, half, status, [half](const OctNode* child) {
+    return scanmesh::is_cell(child) || child->half <= half ? Met::kEnd : Met::kDescend;
+  });
   if (place.ended == Ended::kExisting) {
-    return scanmesh::is_cell(node) && node->half == half ? node : nullptr;
+    return scanmesh::is_cell(place.node) && place.node->half == half ? place.node : nullptr;
   }
+  become_virtual_voxel(place.node, point, normal, half);
+  return place.node;
+}
+
+void Oct_tree_Tri::become_virtual_voxel(Oct_tree_Triangulation* node, const float* point,
+                                        void* normal, float half) {
   node->flag = 1;
   std::copy_n(point, 3, node->coor);
   node->data = normal;
-  node->status = fine ? kOctFineLeaf : kOctOrdinary;
+  node->status = min_HalfEdge > half ? kOctFineLeaf : kOctOrdinary;
   node->index = scanmesh::kVirtualVoxel;
   append(voxels, node, 3);
   grow_when_full(voxels, 3);
-  return node;
+}
+
+// The same in a cell whose parent is at hand: the walk down would come by there.
+Oct_tree_Triangulation* Oct_tree_Tri::insert_below(Oct_tree_Triangulation* parent, int octant,
+                                                   const float* point, void* normal, float half) {
+  OctNode*& child = parent->link[octant];
+  if (child != nullptr) {
+    return scanmesh::is_cell(child) && child->half == half ? child : nullptr;
+  }
+  child = oct_allocate_node();
+  child->parent = parent;
+  child->half = parent->half * 0.5F;
+  become_virtual_voxel(child, point, normal, half);
+  return child;
 }
 
 void Oct_tree_Tri::oct_insert_marker(float* point, void* normal, float half, float radius) {

@@ -82,6 +82,7 @@ void Oct_tree_Tri::oct_initialize(float* centre, int pointCount, float half) {
       std::calloc(static_cast<std::size_t>(std::max(counter_capacity, 1)), sizeof(float)));
   if (counter_array == nullptr) throw std::bad_alloc();
   voxels = list_of(kVoxelCapacity);
+  cells_below_markers_ = false;
 }
 
 // A block is mapped, not touched: what the tree costs is what it holds.

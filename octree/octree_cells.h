@@ -58,6 +58,11 @@ inline void slot_centre(float* out, const float* centre, int slot, float edge) {
   for (int k = 0; k < 3; ++k) out[k] = centre[k] + static_cast<float>(kSlotOffset[slot][k]) * edge;
 }
 
+inline bool inside(const Bounding_Box& box, const float* p) {
+  return p[0] <= box.max_x && p[0] >= box.min_x && p[1] <= box.max_y && p[1] >= box.min_y &&
+         p[2] <= box.max_z && p[2] >= box.min_z;
+}
+
 inline bool welds(const float* a, const float* b) {
   return welds(Vec3f{a[0], a[1], a[2]}, Vec3f{b[0], b[1], b[2]});
 }

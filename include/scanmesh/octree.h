@@ -212,6 +212,8 @@ class SCANMESH_API Oct_tree_Tri {
   friend struct OctreeAccess;  // tests of the private operations
   friend class scanmesh::MarkerSurface;
 
+  struct FieldBuild;
+  class Surroundings;
   enum class Ended { kNew, kExisting };
   struct Place {
     Oct_tree_Triangulation* node;
@@ -235,10 +237,15 @@ class SCANMESH_API Oct_tree_Tri {
   Oct_tree_Triangulation* new_vertex(Oct_tree_Triangulation** cells, int corner,
                                      const float* centre);
   void add_distances(const std::vector<Paralledl>& blocks);
-  void add_virtual_voxels(const std::vector<Paralledl>& blocks);
   void finish_field(int first_block, int first_slot);
-  void link_virtual_voxels(int workers, int chunk_size);
-  void build_field(int workers, int real_chunk, int virtual_chunk);
+  void link_virtual_voxels(const FieldBuild& build);
+  void build_field(FieldBuild& build);
+  void become_virtual_voxel(Oct_tree_Triangulation* node, const float* point, void* normal,
+                            float half);
+  Oct_tree_Triangulation* insert_below(Oct_tree_Triangulation* parent, int octant,
+                                       const float* point, void* normal, float half);
+
+  bool cells_below_markers_ = false;  // something was inserted into a marker's cell
 };
 
 extern template class F_OctTree<Oct_tree_Triangulation*>;

@@ -252,6 +252,70 @@ TEST(VoxelField, in_several_chunks_takes_earlier_virtual_voxels_as_they_are) {
   EXPECT_EQ(made, voxels);
 }
 
+// Everything that can be seen of a field: samples and virtual voxels in order, by place.
+vector<float> picture(TestTree& tree) {
+  vector<float> out;
+  const auto add_cell = [&](const OctNode* cell) {
+    float centre[3];
+    tree->get_cor(centre, cell);
+    out.insert(out.end(), centre, centre + 3);
+    out.insert(out.end(), cell->coor, cell->coor + 3);
+    out.insert(out.end(), {cell->half, static_cast<float>(cell->status)});
+  };
+  for (const auto* list : {&tree->leaves, &tree->voxels}) {
+    for (const OctNode* cell : entries(*list)) {
+      add_cell(cell);
+      for (const OctNode* vertex : cell->link) {
+        out.push_back(vertex == nullptr ? -1000.0F : vertex->half);
+        if (vertex == nullptr) continue;
+        for (const OctNode* around : vertex->link) {
+          if (around == nullptr) {
+            out.push_back(-2000);
+          } else {
+            add_cell(around);
+          }
+        }
+      }
+    }
+  }
+  out.push_back(static_cast<float>(tree->depth));
+  return out;
+}
+
+TEST(VoxelField, by_walking_is_that_by_searching) {
+  test_support::Random random(81);
+  for (int round = 0; round < 40; ++round) {
+    const int levels = round % 3;
+    const float fine = levels == 0 ? 0 : 0.5F / static_cast<float>(1 << levels);
+    vector<Sample> samples = test_support::rough_sheet(300 + 60 * round, random.next(), fine);
+    // Some reach the walls of the cube, some lie anywhere.
+    if (round % 4 == 1) {
+      for (Sample& s : samples) {
+        for (float& x : s.point) x *= 1.14F;
+      }
+    }
+    for (int i = 0; i < 10 * (round % 5); ++i) {
+      const auto x = [&] { return 7.9F * random.signed_unit(); };
+      samples.push_back({{x(), x(), x()}, i % 2 == 0 || fine == 0 ? 0.5F : fine});
+    }
+    vector<Sample> markers;
+    for (int i = 0; i < 3 * (round % 6); ++i) {
+      const auto x = [&] { return 7.9F * random.signed_unit(); };
+      markers.push_back({{x(), x(), 0.2F * x()}, i % 3 == 0 ? 1.0F : 0.5F});
+    }
+    const int chunk = round % 2 == 0 ? 2000000 : 50 + 30 * round;
+    vector<float> pictures[2];
+    for (const bool plainly : {true, false}) {
+      TestTree tree(8, 0.5F, levels);
+      for (const Sample& m : markers) tree.marker(m.point, m.half);
+      fill_slanted(tree, samples);
+      OctreeAccess::build(*tree, 2, chunk, 100, plainly);
+      pictures[plainly ? 0 : 1] = picture(tree);
+    }
+    ASSERT_EQ(pictures[0], pictures[1]) << round;
+  }
+}
+
 TEST(VoxelField, vertex_touched_by_one_sample_has_its_plane_distance) {
   TestTree tree;
   OctNode* const leaf = tree.sample({1.25F, 1.5F, 0.75F}, 1, 0, {0, 0, 1});

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "octree/field_build.h"
 #include "octree/octree_cells.h"
 #include "scanmesh/octree.h"
 #include "tests/support/shapes.h"
@@ -24,8 +25,15 @@ struct OctreeAccess {
     tree.oct_cut(node, out, kind);
   }
   static int verify_voxel(const Oct_tree_Tri& tree) { return tree.verify_voxel(); }
-  static void build(Oct_tree_Tri& tree, int workers, int real_chunk, int virtual_chunk) {
-    tree.build_field(workers, real_chunk, virtual_chunk);
+  // `plainly` finds every cell by a search.
+  static void build(Oct_tree_Tri& tree, int workers, int real_chunk, int virtual_chunk,
+                    bool plainly = false) {
+    Oct_tree_Tri::FieldBuild build;
+    build.workers = workers;
+    build.real_chunk = real_chunk;
+    build.virtual_chunk = virtual_chunk;
+    build.plainly = plainly;
+    tree.build_field(build);
   }
 };
 
