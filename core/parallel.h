@@ -22,6 +22,19 @@ inline int one_and_a_half_processors() {
   return static_cast<int>(processor_count() * 1.5);
 }
 
+// Keeps what the calling thread does to that thread, for as long as it lives: workers that fill the
+// processors by themselves have no use for parallel loops inside.
+class SerialLoops {
+ public:
+  SerialLoops() : before_(omp_get_max_threads()) { omp_set_num_threads(1); }
+  ~SerialLoops() { omp_set_num_threads(before_); }
+  SerialLoops(const SerialLoops&) = delete;
+  SerialLoops& operator=(const SerialLoops&) = delete;
+
+ private:
+  int before_;
+};
+
 // A loop over fewer records is over before a second thread has woken up.
 constexpr int kShareFrom = 65536;
 

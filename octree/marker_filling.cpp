@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "core/parallel.h"
 #include "core/platform.h"
 #include "core/progress.h"
 #include "octree/marker_surface.h"
@@ -40,6 +41,7 @@ void count_marker(int markers) {
 }
 
 void close_markers(Fill_marker_Param* worker) {
+  const SerialLoops serial;
   Oct_tree_Tri& tree = *worker->tree;
   MarkerSurface surface(tree);
   for (int i = worker->begin; i < worker->end; ++i) {
