@@ -36,4 +36,13 @@ std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target
   return all;
 }
 
+std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, const std::string& out,
+                                                [[maybe_unused]] int depth) {
+  std::vector<Contestant> all{scanmesh_reconstruct(cloud, out)};
+#ifdef SCANMESH_PEER_OPEN3D
+  all.push_back(open3d_reconstruct(cloud, depth));
+#endif
+  return all;
+}
+
 }  // namespace peers

@@ -24,9 +24,22 @@ Contestant openmesh_simplify(const IndexedMesh& mesh, int target);
 Contestant cgal_simplify(const IndexedMesh& mesh, int target);
 Contestant meshoptimizer_simplify(const IndexedMesh& mesh, int target);
 
+// Points with unit normals to a surface. `cloud` outlives the contestant. scanmesh makes cells of
+// the points' spacing and writes its facets to `out`; Open3D's is Poisson reconstruction of this
+// depth.
+struct OrientedPoints {
+  std::vector<float> points;
+  std::vector<float> normals;
+  float spacing = 1;
+};
+Contestant scanmesh_reconstruct(const OrientedPoints& cloud, const std::string& out);
+Contestant open3d_reconstruct(const OrientedPoints& cloud, int depth);
+
 /// scanmesh first, then the peers that were found.
 std::vector<Contestant> load_contestants(const std::string& path);
 std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target);
+std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, const std::string& out,
+                                                int depth);
 
 }  // namespace peers
 
