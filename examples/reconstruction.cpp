@@ -101,9 +101,14 @@ Reconstruction reconstruct(const SampleScan& scan, double half, int levels,
   const Stopwatch insertion;
   pipeline.inalize(cube.centre, count, cube.half, levels, static_cast<float>(half));
   pipeline.inalize_mark();
-  for (std::size_t i = 0; i < scan.samples.size(); ++i) {
-    pipeline.insert_data(&samples.points[3 * i], &samples.normals[3 * i],
-                         static_cast<float>(scan.samples[i].half), 0);
+  // The ordinary samples go first: a cell on the seam is then theirs as a whole. The other way
+  // round fine samples would claim it, and the part of it that they don't reach would stay bare.
+  for (const bool fine : {false, true}) {
+    for (std::size_t i = 0; i < scan.samples.size(); ++i) {
+      if ((scan.samples[i].half < half) != fine) continue;
+      pipeline.insert_data(&samples.points[3 * i], &samples.normals[3 * i],
+                           static_cast<float>(scan.samples[i].half), 0);
+    }
   }
   for (std::size_t i = 0; i < scan.markers.size(); ++i) {
     const MarkerDisc& marker = scan.markers[i];

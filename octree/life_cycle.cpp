@@ -1,6 +1,7 @@
 // Making and releasing the tree, and its node pool.
 #include <algorithm>
 #include <cassert>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -61,7 +62,7 @@ M_point_arry<Oct_tree_Triangulation**> list_of(int capacity) {
 void Oct_tree_Tri::oct_set_min_HalfEdge(float half, int levels_between) {
   min_HalfEdge = half;
   levels = levels_between;
-  fine_HalfEdge = levels == 2 ? half / 4.0F : half / powf(2.0F, static_cast<float>(levels));
+  fine_HalfEdge = levels == 2 ? half / 4.0F : half / std::pow(2.0F, static_cast<float>(levels));
 }
 
 void Oct_tree_Tri::oct_initialize(float* centre, int pointCount, float half) {

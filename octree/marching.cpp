@@ -161,3 +161,11 @@ int MC_Triangulation::mc_add_triangle(Point3fv* a, Point3fv* b, Point3fv* c,
   add_facet({{0, 0, 0}, {*a, *b, *c}}, node);
   return 0;
 }
+
+void MC_Triangulation::mc_add_triangle_with_4_RealVoxel(unsigned char its_case,
+                                                        Oct_tree_Triangulation* node) {
+  const int8_t* const row = scanmesh::kTriangleTable[its_case];
+  for (int i = 0; i + 2 < scanmesh::kRowLength && row[i] >= 0; i += 3) {
+    mc_add_triangle(row[i], row[i + 1], row[i + 2], node);
+  }
+}

@@ -72,6 +72,8 @@ class SCANMESH_API MC_Triangulation {
   int mc_add_triangle(int e0, int e1, int e2, Oct_tree_Triangulation* node, T_F* facet);
   /// Adds a facet of three points; -1 when one is null, otherwise 0.
   int mc_add_triangle(Point3fv* a, Point3fv* b, Point3fv* c, Oct_tree_Triangulation* node);
+  /// Adds the up to five triangles of a case, those with a missing corner left out.
+  void mc_add_triangle_with_4_RealVoxel(unsigned char its_case, Oct_tree_Triangulation* node);
 
   /// The next facet of the pool; null beyond the last of 1000 blocks.
   T_F* allocate_mem();

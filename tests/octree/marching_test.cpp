@@ -383,6 +383,20 @@ TEST(Marching, single_triangles_are_added_as_the_list_adds_them) {
   expect_same(pipe.facets(), expected);
 }
 
+TEST(Marching, whole_row_is_added_as_the_list_adds_it) {
+  Pipeline pipe(8, 0.5F);
+  sample_sphere(pipe, 900, 0.5F, 9, 0.1F);
+  pipe.prepare();
+  pipe->deal_Tri(pipe->tree.leaves);
+  const vector<T_F> expected = pipe.facets();
+  pipe->facet_slot = 0;
+  for (int i = 0; i < pipe->tree.leaves.count; ++i) {
+    OctNode* const cell = pipe->tree.leaves.data[i];
+    pipe->mc_add_triangle_with_4_RealVoxel(scanmesh::case_of(cell).bits, cell);
+  }
+  expect_same(pipe.facets(), expected);
+}
+
 TEST(Marching, triangle_into_a_given_facet_is_neither_drawn_nor_turned) {
   Pipeline pipe;
   OctNode* const cell = pipe.sample({1.25F, 1, 0.5F});
