@@ -66,7 +66,7 @@ void Oct_tree_Tri::oct_set_min_HalfEdge(float half, int levels_between) {
 }
 
 void Oct_tree_Tri::oct_initialize(float* centre, int pointCount, float half) {
-  assert(centre != nullptr && pointCount >= 0 && half > 0);
+  assert(centre != nullptr && pointCount >= 0 && half > 0 && block_capacity > 0);
   node_blocks = new Oct_tree_Triangulation*[static_cast<std::size_t>(block_table_size)]();
   block_slot = 0;
   block_index = 0;

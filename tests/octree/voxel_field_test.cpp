@@ -460,52 +460,6 @@ TEST(VoxelField, more_vertices_than_announced_grow_the_counters) {
   }
 }
 
-TEST(VoxelField, single_calls_find_and_make_vertices) {
-  TestTree tree;
-  OctNode* const leaf = tree.sample({1, 1, 1});
-  OctNode* const beside = tree.sample({3, 1, 1});
-  OctNode* brothers[2][27];
-  tree->oct_search(leaf, brothers[0]);
-  tree->oct_search(beside, brothers[1]);
-  Paralledl block;
-  block.tree = &*tree;
-  block.thread_count = 1;
-  block.end = 2;
-  block.brothers = brothers[0];
-  using Corner = Mesh_Oct::OctTreeVoxel;
-  EXPECT_EQ(tree->oct_allocate_voxel_mem(&block, 0, Corner::PPP), nullptr);
-  float centre[3];
-  tree->get_cor(centre, leaf);
-  OctNode* const made = tree->oct_allocate_voxel_mem(&block, 0, Corner::PPP, centre);
-  EXPECT_EQ(made->coor[0], 2.0F);
-  EXPECT_EQ(made->index, -2);
-  EXPECT_EQ(leaf->link[4], made);
-  EXPECT_EQ(beside->link[0], made);
-  EXPECT_EQ(made->link[4], leaf);
-  EXPECT_EQ(made->link[0], beside);
-  EXPECT_EQ(made->data, tree->counter_array);
-  EXPECT_EQ(tree->counter_used, 1);
-  // Forgotten by one of them, it is found at the other.
-  beside->link[0] = nullptr;
-  made->link[0] = nullptr;
-  EXPECT_EQ(tree->oct_allocate_voxel_mem(&block, 1, Corner::NPP), made);
-  EXPECT_EQ(beside->link[0], made);
-  EXPECT_EQ(made->link[0], beside);
-  // Making one replaces what was there.
-  OctNode* const again = tree->oct_allocate_voxel_mem(&block, 0, Corner::PPP, centre);
-  EXPECT_NE(again, made);
-  EXPECT_EQ(beside->link[0], again);
-}
-
-TEST(VoxelField, diagnostic_counts_vertices_off_the_ordinary_grid) {
-  TestTree tree(8, 1, 1);
-  tree.sample({1, 1, 1}, 1);
-  EXPECT_EQ(OctreeAccess::verify_voxel(*tree), 0);
-  tree.sample({-3.25F, 1, 1}, 0.5F);
-  tree->oct_build_voxel_Architecture();
-  EXPECT_EQ(OctreeAccess::verify_voxel(*tree), 8);
-}
-
 TEST(VoxelField, of_an_empty_tree_is_empty) {
   TestTree tree;
   tree->oct_build_voxel_Architecture();
