@@ -267,8 +267,8 @@ class Oct_tree_Tri::Surroundings {
   OctNode** brothers_ = nullptr;
 };
 
-// The vertices are the nodes of that kind that the pool has handed out since the build began, in
-// one run through memory.
+// The vertices are the nodes of that kind that the pool has handed out from some place on, in one
+// run through memory.
 void Oct_tree_Tri::finish_field(int first_block, int first_slot) {
   for (int b = first_block; b <= block_index; ++b) {
     OctNode* const end = node_blocks[b] + (b == block_index ? block_slot : block_capacity);
@@ -330,8 +330,9 @@ void Oct_tree_Tri::oct_build_voxel_Architecture() {
 void Oct_tree_Tri::build_field(FieldBuild& build) {
   // Without counters there is no tree, or its field is built.
   if (counter_array == nullptr) return;
-  const int first_block = block_index;
-  const int first_slot = block_slot;
+  // Vertices may have been made by single calls before.
+  const int first_block = counter_used == 0 ? block_index : 0;
+  const int first_slot = counter_used == 0 ? block_slot : 0;
   build.look_at_sizes(*this);
   // No chunk sees another where all is of one size, so that small tables will do.
   if (build.uniform) build.real_chunk = build.virtual_chunk;

@@ -110,6 +110,8 @@ Oct_tree_Triangulation* Oct_tree_Tri::oct_allocate_voxel_mem(Paralledl* block, i
 Oct_tree_Triangulation* Oct_tree_Tri::oct_allocate_voxel_mem(Paralledl* block, int i,
                                                              Mesh_Oct::OctTreeVoxel corner,
                                                              float* centre) {
+  // A field that is finished takes no more vertices.
+  if (counter_array == nullptr) return nullptr;
   return new_vertex(cells_of(block, i), static_cast<int>(corner), centre);
 }
 

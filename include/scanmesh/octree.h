@@ -166,7 +166,7 @@ class SCANMESH_API Oct_tree_Tri {
   Oct_tree_Triangulation* oct_allocate_voxel_mem(Paralledl* block, int i,
                                                  Mesh_Oct::OctTreeVoxel corner);
   /// Makes the vertex at a corner of voxel `i`, whose cell is centred at `centre`, and links it to
-  /// the cells around it.
+  /// the cells around it. Null once the field is finished.
   Oct_tree_Triangulation* oct_allocate_voxel_mem(Paralledl* block, int i,
                                                  Mesh_Oct::OctTreeVoxel corner, float* centre);
   /// A node of the pool, in its default state.

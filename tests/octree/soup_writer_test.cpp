@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "scanmesh/marching.h"
@@ -80,6 +81,18 @@ TEST(SoupWriter, count_of_several_blocks_is_short_by_100001) {
   const std::string bytes = written(mc);
   EXPECT_EQ(bytes.substr(0, 84), header_with(4));
   EXPECT_EQ(bytes.size(), 84U + 50U * 100005U);
+}
+
+TEST(SoupWriter, without_a_path_writes_to_the_working_directory) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  const std::filesystem::path folder = test_support::temp_path("folder");
+  std::filesystem::create_directory(folder);
+  std::filesystem::current_path(folder);
+  MC_Triangulation mc;
+  mc.mc_output_data(nullptr);
+  EXPECT_EQ(test_support::bytes_of_file("Testdif.stl"), header_with(-1));
+  std::filesystem::current_path(before);
+  std::filesystem::remove_all(folder);
 }
 
 TEST(SoupWriter, file_that_cannot_be_opened_is_passed_over) {
