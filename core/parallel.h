@@ -39,6 +39,19 @@ void run_slices(std::ptrdiff_t items, int runs, Body body) {
   for (std::future<void>& task : tasks) task.get();
 }
 
+// Keeps what the calling thread does to that thread, for as long as it lives: workers that fill the
+// processors by themselves have no use for parallel loops inside.
+class SerialLoops {
+ public:
+  SerialLoops() : before_(omp_get_max_threads()) { omp_set_num_threads(1); }
+  ~SerialLoops() { omp_set_num_threads(before_); }
+  SerialLoops(const SerialLoops&) = delete;
+  SerialLoops& operator=(const SerialLoops&) = delete;
+
+ private:
+  int before_;
+};
+
 // A loop over fewer records is over before a second thread has woken up.
 constexpr int kShareFrom = 65536;
 

@@ -44,4 +44,13 @@ std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh) {
   return all;
 }
 
+std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, const std::string& out,
+                                                [[maybe_unused]] int depth) {
+  std::vector<Contestant> all{scanmesh_reconstruct(cloud, out)};
+#ifdef SCANMESH_PEER_OPEN3D
+  all.push_back(open3d_reconstruct(cloud, depth));
+#endif
+  return all;
+}
+
 }  // namespace peers

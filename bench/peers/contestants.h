@@ -27,11 +27,23 @@ Contestant meshoptimizer_simplify(const IndexedMesh& mesh, int target);
 // Taubin smoothing, ten iterations. `mesh` outlives the contestant.
 Contestant scanmesh_smooth(const IndexedMesh& mesh);
 Contestant open3d_smooth(const IndexedMesh& mesh);
+// Points with unit normals to a surface. `cloud` outlives the contestant. scanmesh makes cells of
+// the points' spacing and writes its facets to `out`; Open3D's is Poisson reconstruction of this
+// depth.
+struct OrientedPoints {
+  std::vector<float> points;
+  std::vector<float> normals;
+  float spacing = 1;
+};
+Contestant scanmesh_reconstruct(const OrientedPoints& cloud, const std::string& out);
+Contestant open3d_reconstruct(const OrientedPoints& cloud, int depth);
 
 /// scanmesh first, then the peers that were found.
 std::vector<Contestant> load_contestants(const std::string& path);
 std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target);
 std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh);
+std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, const std::string& out,
+                                                int depth);
 
 }  // namespace peers
 

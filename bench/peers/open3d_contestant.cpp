@@ -1,8 +1,10 @@
+#include <open3d/geometry/PointCloud.h>
 #include <open3d/geometry/TriangleMesh.h>
 #include <open3d/io/TriangleMeshIO.h>
 
 #include <limits>
 #include <memory>
+#include <tuple>
 
 #include "peers/contestants.h"
 
@@ -57,6 +59,24 @@ Contestant open3d_smooth(const IndexedMesh& mesh) {
             auto result = std::make_shared<std::shared_ptr<TriangleMesh>>();
             return [copy, result]() -> long long {
               *result = copy->FilterSmoothTaubin(10, 0.5, -0.53);
+              return static_cast<long long>((*result)->triangles_.size());
+            };
+          }};
+}
+
+Contestant open3d_reconstruct(const OrientedPoints& cloud, int depth) {
+  return {"Open3D", [&cloud, depth]() -> Job {
+            auto points = std::make_shared<open3d::geometry::PointCloud>();
+            for (std::size_t i = 0; i + 2 < cloud.points.size(); i += 3) {
+              points->points_.emplace_back(cloud.points[i], cloud.points[i + 1],
+                                           cloud.points[i + 2]);
+              points->normals_.emplace_back(cloud.normals[i], cloud.normals[i + 1],
+                                            cloud.normals[i + 2]);
+            }
+            auto result = std::make_shared<std::shared_ptr<open3d::geometry::TriangleMesh>>();
+            return [points, result, depth]() -> long long {
+              *result = std::get<0>(open3d::geometry::TriangleMesh::CreateFromPointCloudPoisson(
+                  *points, static_cast<std::size_t>(depth)));
               return static_cast<long long>((*result)->triangles_.size());
             };
           }};

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "holes/dense_solver.h"
+#include "core/dense_solver.h"
 #include "tests/support/shapes.h"
 
 namespace {
