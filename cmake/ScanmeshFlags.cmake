@@ -6,6 +6,9 @@ target_compile_features(scanmesh_flags INTERFACE cxx_std_17)
 target_compile_options(scanmesh_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang>:-ffp-contract=off>
   $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion>)
+# GCC joins x and y into one vector and then drops a rounding to float between two conversions, as in
+# double(float(x / n)) * s: sums would come out otherwise in x and y than in z.
+target_compile_options(scanmesh_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 # Exported functions call one another directly, and may be inlined: nobody replaces them at load time.
 target_compile_options(scanmesh_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
 

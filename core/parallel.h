@@ -5,7 +5,9 @@
 #include <omp.h>
 
 #include <cstddef>
+#include <future>
 #include <utility>
+#include <vector>
 
 #include "core/platform.h"
 
@@ -20,6 +22,21 @@ inline std::pair<std::ptrdiff_t, std::ptrdiff_t> slice(std::ptrdiff_t items, int
 // The task count of the smoothing loops and the simplification: 1.5 x processors, truncated.
 inline int one_and_a_half_processors() {
   return static_cast<int>(processor_count() * 1.5);
+}
+
+// Calls body(begin, end) for each of the runs of n items, one task per run, and waits for all of
+// them. One run needs no task. An exception of a task is passed on.
+template <typename Body>
+void run_slices(std::ptrdiff_t items, int runs, Body body) {
+  if (runs == 1) return body(std::ptrdiff_t{0}, items);
+  std::vector<std::future<void>> tasks;
+  tasks.reserve(static_cast<std::size_t>(runs));
+  for (int i = 0; i < runs; ++i) {
+    const auto range = slice(items, runs, i);
+    tasks.push_back(
+        std::async(std::launch::async, [&body, range] { body(range.first, range.second); }));
+  }
+  for (std::future<void>& task : tasks) task.get();
 }
 
 // A loop over fewer records is over before a second thread has woken up.

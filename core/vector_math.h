@@ -85,6 +85,10 @@ inline bool finite(const Vec3f& a) {
   return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
 }
 
+inline bool has_nan(const Vec3f& a) {
+  return std::isnan(a.x) || std::isnan(a.y) || std::isnan(a.z);
+}
+
 }  // namespace scanmesh
 
 #endif  // SCANMESH_CORE_VECTOR_MATH_H

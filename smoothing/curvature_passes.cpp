@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <vector>
 
-#include "core/face_building.h"
 #include "core/parallel.h"
 #include "core/vector_math.h"
 #include "scanmesh/curvature.h"
 #include "scanmesh/mesh.h"
+#include "smoothing/vertex_steps.h"
 
 namespace Mesh_M {
 
@@ -20,20 +20,6 @@ using scanmesh::Vec3f;
 
 constexpr double kFlat = 0.05;
 constexpr int kRounds = 3;
-
-// The mean of a vertex and its neighbours: float sums, double division.
-Vec3f mean_with_neighbours(const _vert& vert) {
-  Vec3f sum = vert.point;
-  int count = 1;
-  for (int i = 0; i < vert.edge_num; ++i) {
-    if (vert.edge[i]->state == kStateDeleted) continue;
-    sum = scanmesh::add(sum, scanmesh::far_end(vert.edge[i], &vert)->point);
-    ++count;
-  }
-  return {static_cast<float>(static_cast<double>(sum.x) / count),
-          static_cast<float>(static_cast<double>(sum.y) / count),
-          static_cast<float>(static_cast<double>(sum.z) / count)};
-}
 
 }  // namespace
 
@@ -61,7 +47,7 @@ void Mesh::GaussianCurvatureLimit_Lap_filter() {
   std::vector<Vec3f> means(static_cast<std::size_t>(count));
   for (int round = 0; round < kRounds; ++round) {
     for (int i = 0; i < count; ++i) {
-      means[static_cast<std::size_t>(i)] = mean_with_neighbours(*vertex[i]);
+      means[static_cast<std::size_t>(i)] = scanmesh::mean_of_neighbours(*vertex[i], true).mean();
     }
     for (int i = 0; i < count; ++i) vertex[i]->point = means[static_cast<std::size_t>(i)];
   }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "scanmesh/export.h"
@@ -15,6 +16,10 @@
 #include "scanmesh/process_step.h"
 #include "scanmesh/stores.h"
 #include "scanmesh/vertex_octree.h"
+
+namespace Semap {
+class Semaphore;
+}
 
 namespace Mesh_M {
 
@@ -162,6 +167,73 @@ class SCANMESH_API Mesh {
   /// Three rounds of moving every vertex to the mean of itself and its neighbours.
   void GaussianCurvatureLimit_Lap_filter();
 
+  // ---- Smoothing --------------------------------------------------------------------------------
+  // All of these compute every new position from the old ones before they write any.
+
+  /// Strength of the filters that know four of them; any other value makes them do nothing.
+  enum smooth_level : int {
+    smooth_weak = 0,
+    smooth_medium = 1,
+    smooth_strong = 2,
+    smooth_strongest = 3
+  };
+  /// The kind of sanding; any other value does nothing.
+  enum _sandpaper_method : int { sandpaper_average = 0 };
+
+  /// Taubin smoothing with uniform weights, over all records: `iterations` pairs of steps 0.5 and
+  /// -0.53 (Taubin 1995). Deleted edges pull too; a vertex without edges becomes NaN. Refreshes no
+  /// normal, reports nothing, runs on the calling thread.
+  void meshSmooth(int iterations);
+  /// Taubin smoothing of the vertices on boundary and non-manifold edges, ten iterations with steps
+  /// 0.5 and -0.515: a vertex with two such edges moves along them, one with any other number
+  /// stays. Reports one step in two. One task per processor. Refreshes no normal.
+  void Mesh_Taubin_Smooth_Border();
+  /// One worker's share of a cotangent step: writes the new position of `(*verts)[i]` to
+  /// `(*out)[i]` for i in [begin, end). Both arrays are the caller's and as long as that.
+  void Taubin_Smooth_Border_Thread(std::vector<MemS::Point3v<float>>* out,
+                                   std::vector<Mesh_R::_vert*>* verts, int begin, int end,
+                                   double lambda);
+  /// The same for the records [begin, end) of the vertex store, `out` being indexed by record.
+  /// Raises std::out_of_range when the range goes past the end of `out`.
+  void Taubin_Smooth_Thread(std::vector<MemS::Point3v<float>>* out, int begin, int end,
+                            double lambda);
+  /// Five rounds of averaging, with step 0.8, around the faces whose mean edge length lies strictly
+  /// between lo = levels x size / 2^levels and (lo + size) / 2. `size` in mesh units; `levels`
+  /// below 2 does nothing. Reports each round.
+  void borderSmoothing(float size, int levels);
+  /// Feature-preserving smoothing: filters the face normals, then moves the vertices to fit them;
+  /// vertices of high curvature take a Taubin pair instead. `level` 1 to 6 picks a preset; with 0
+  /// `value` does, weaker the larger it is; others take the defaults. `flag` makes it a pure Taubin
+  /// smoother. Reports each iteration and the end, and refreshes all normals. 1.5 workers per
+  /// processor. (After Taubin 1995, and normal filtering as in Sun, Rosin, Martin, Langbein 2007.)
+  void Fast_Eletric_Filter(int level, float value, bool flag);
+  /// The strongest preset of it that keeps edges sharp.
+  void featureSharpening();
+  /// Bilateral filtering of the face normals, then of the vertices to fit them (Zheng, Fu, Au, Tai
+  /// 2011). Vertices of state kStateHighCurvature stay; a vertex that would get a position that
+  /// isn't finite is deleted. Reports each iteration; refreshes no normal, so that the filtered
+  /// ones can be seen. 1.5 workers per processor.
+  void bilateralNormalde(smooth_level level);
+  /// Several rounds of thresholded normal filtering and vertex moves (Sun, Rosin, Martin, Langbein
+  /// 2007). A later round starts from the filtered normals. Otherwise as bilateralNormalde, but
+  /// never deletes.
+  void Two_Step_Smooth(smooth_level level);
+  /// Sands down one vertex: `level` + 1 times, the live vertex whose `index` is `ids[0]` moves to
+  /// the mean of itself and its neighbours; then its normals are refreshed, and its position and
+  /// normal are written to the first entry of `result`, which has at least `slot` + 1 entries when
+  /// it had fewer than `slot`. `done`, sized here when empty, remembers the ids; a second call with
+  /// the same id does nothing. Call refresh_point_index() first.
+  void sandpaper(_sandpaper_method method, smooth_level level, std::vector<int>& ids, int slot,
+                 std::vector<std::pair<float[3], float[3]>>& result, std::vector<bool>& done);
+
+  /// Levels small spikes and pits, by moves that make the curvature around calmer, and rebuilds the
+  /// mesh: record pointers, vertex order and all that isn't position are lost. `level` from 0 to
+  /// 100, the more aggressive the higher; above 100 nothing happens. Boundary vertices stay. One
+  /// thread.
+  void remove_spikes_new(int level);
+  /// The same, beginning with the listed vertices only; their pointers are invalid afterwards.
+  void remove_spikes_new(int level, std::vector<Mesh_R::_vert*>& verts);
+
   // ---- Holes ------------------------------------------------------------------------------------
 
   /// Finds all rings. Call destroy_hole() first when rings were built before.
@@ -191,7 +263,17 @@ class SCANMESH_API Mesh {
   void cal_face_eno(int* out, int first, int last);
 
  private:
+  friend struct MeshAccess;  // tests of the private operations
+
   void bind_hole();
+  void laplace(std::vector<Mesh_R::_vert*>& verts, int iterations, double lambda);
+  void Mesh_Taubin_Smooth_Area(std::vector<Mesh_R::_vert*>& verts, int iterations);
+  void tabBorder(short value);
+  MemS::Point3v<float> Swooth_Filt(Mesh_R::_edge*, Mesh_R::_edge*, Mesh_R::_vert* v);
+  void flashNorm(std::vector<Mesh_R::_vert*>& verts);
+  void func_Fast_Eletric_Filter(int* begin, int* end, Semap::Semaphore* toWorker,
+                                Semap::Semaphore* toMain, int level, float value, bool flag);
+  void remove_spikes_new_private(int level, std::vector<Mesh_R::_vert*>& verts);
 };
 
 }  // namespace Mesh_M

@@ -138,6 +138,10 @@ class SCANMESH_API Vertex {
   /// Gaussian curvature by angle deficit over mixed area (Meyer, Desbrun, Schroeder, Barr 2003), or
   /// the bare deficit when `raw`. Null gives 0.
   double Cal_v_Gaussian_curvature(_vert* vert, bool raw);
+  /// Writes to `out` the mean of the positions of the neighbours over edges that aren't deleted,
+  /// and of the vertex itself when `self`. Nothing to average, or a null argument, leaves `out` as
+  /// it is.
+  void Lap_filter(_vert* vert, MemS::Point3v<float>* out, bool self);
 
   /// Writes position and normal of the live vertices as text, one line each, and closes the stream.
   /// A null stream is replaced by "tex.asc" in the working directory.

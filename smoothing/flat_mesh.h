@@ -1,0 +1,110 @@
+// What the normal filters work on: the mesh as flat arrays, and the passes over them that they
+// share. The records are written after every iteration, so that a callback which looks at the mesh
+// sees whole iterations.
+#ifndef SCANMESH_SMOOTHING_FLAT_MESH_H
+#define SCANMESH_SMOOTHING_FLAT_MESH_H
+
+#include <cstdint>
+#include <vector>
+
+#include "core/live_records.h"
+#include "core/vector_math.h"
+#include "scanmesh/stores.h"
+#include "smoothing/flat_adjacency.h"
+#include "smoothing/lockstep.h"
+#include "smoothing/raw_array.h"
+
+namespace scanmesh {
+
+// A half-open range of record numbers.
+struct Range {
+  int begin;
+  int end;
+};
+
+// Of each pair of arrays one holds what stands and the other what is being computed; the passes
+// take turns, and every worker keeps count of the turns for itself.
+struct FlatMesh {
+  RawArray<FaceCorners> corners;
+  FlatLists faces_of;  // of each vertex
+  RawArray<Vec3f> normals[2];
+  RawArray<Vec3f> points[2];
+  RawArray<Vec3f> centroids;
+
+  void load_faces(Mesh_R::Vertex& vertices, Mesh_R::Face& faces, int tasks);
+  void load_points(Mesh_R::Vertex& vertices, int tasks);
+};
+
+// The faces that share a vertex with a face, itself among them, each once: corner by corner, in the
+// order of the corners' lists. One per worker. One bit per face tells who is in already; the bits
+// are cleared for the faces at hand only.
+class FaceNeighbourhoods {
+ public:
+  // With `counts`, faces with a 0 there are left out.
+  FaceNeighbourhoods(const FlatMesh& mesh, const RawArray<uint8_t>* counts);
+
+  // Collects for all faces of a range at once; worth its memory when they are asked for again.
+  void keep(Range faces);
+  // Valid until the next call, unless the face is kept.
+  Numbers of(int face) {
+    if (face >= kept_.begin && face < kept_.end) {
+      const auto i = static_cast<std::size_t>(face - kept_.begin);
+      return {entries_.data() + start_[i], entries_.data() + start_[i + 1]};
+    }
+    found_.clear();
+    collect(face, found_);
+    return {found_.data(), found_.data() + found_.size()};
+  }
+
+ private:
+  void collect(int face, std::vector<int32_t>& out);
+
+  const FlatMesh& mesh_;
+  const RawArray<uint8_t>* counts_;
+  std::vector<uint64_t> taken_;
+  std::vector<int32_t> found_;
+  Range kept_{0, 0};
+  std::vector<std::size_t> start_;
+  std::vector<int32_t> entries_;
+};
+
+// One worker's part of filtering the normals, two barriers per iteration: compute, write. A deleted
+// face keeps its normal. new_normal(face, normals) gives a face's next normal. Returns which of the
+// two arrays holds the normals in the end, given that the first does at the beginning.
+template <typename NewNormal>
+int filter_normals(FlatMesh& mesh, Mesh_R::Face& faces, Range range, int iterations,
+                   const Barrier& barrier, NewNormal new_normal) {
+  int now = 0;
+  for (int i = 0; i < iterations; ++i) {
+    const RawArray<Vec3f>& from = mesh.normals[now];
+    RawArray<Vec3f>& to = mesh.normals[1 - now];
+    for_each_in(faces.records, range.begin, range.end, [&](int f, const Mesh_R::_face& face) {
+      to[f] = face.state == Mesh_R::kStateDeleted ? from[f] : new_normal(f, from);
+    });
+    barrier.arrive();
+    for_each_in(faces.records, range.begin, range.end,
+                [&](int f, Mesh_R::_face& face) { face.vector = to[f]; });
+    barrier.arrive();
+    now = 1 - now;
+  }
+  return now;
+}
+
+// centroid(sum of the corners) of each face of a range.
+template <typename Centroid>
+void refresh_centroids(FlatMesh& mesh, Range range, const RawArray<Vec3f>& points,
+                       Centroid centroid) {
+  for (int f = range.begin; f < range.end; ++f) {
+    const FaceCorners& c = mesh.corners[f];
+    mesh.centroids[f] = centroid(add(add(points[c[0]], points[c[1]]), points[c[2]]));
+  }
+}
+
+inline void write_points(Mesh_R::Vertex& vertices, Range range, const RawArray<Vec3f>& points) {
+  for_each_in(vertices.records, range.begin, range.end,
+              [&](int i, Mesh_R::_vert& vert) { vert.point = points[i]; });
+}
+
+}  // namespace scanmesh
+
+#endif  // SCANMESH_SMOOTHING_FLAT_MESH_H
