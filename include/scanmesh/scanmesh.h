@@ -9,6 +9,7 @@
 #include "scanmesh/hole.h"
 #include "scanmesh/mem_allo.h"
 #include "scanmesh/mesh.h"
+#include "scanmesh/mesh_records.h"
 #include "scanmesh/process_step.h"
 #include "scanmesh/stores.h"
 #include "scanmesh/vertex_octree.h"
