@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "load_scan.h"
 #include "loose_parts.h"
 #include "repair_report.h"
 #include "scanmesh/mesh.h"
 #include "support/console.h"
 #include "support/distance.h"
-#include "support/stl_file.h"
 #include "support/surface.h"
 
 namespace {
@@ -40,23 +40,6 @@ class Step {
   demo::ProgressBar& bar_;
   demo::RepairReport& report_;
 };
-
-bool load(const std::string& path, Mesh_M::Mesh& mesh) {
-  switch (demo::stl_kind(path)) {
-    case demo::StlKind::binary: {
-      demo::File file(std::fopen(path.c_str(), "rb"));
-      if (!file || mesh.input_data(file.get()) != 0) return false;
-      static_cast<void>(file.release());  // a reader that succeeds has closed it
-      return true;
-    }
-    case demo::StlKind::ascii: {
-      const demo::File file = demo::plain_ascii_stl(path);
-      return file && mesh.input_data_ASCII(file.get());
-    }
-    default:
-      return false;
-  }
-}
 
 // Arrays that the library hands out belong to the caller.
 template <typename T>
@@ -178,18 +161,14 @@ int main(int argc, char** argv) {
 
   Mesh_M::Mesh mesh;
   const demo::Stopwatch watch;
-  if (!load(options.scan, mesh))
+  if (!demo::load_scan(options.scan, mesh))
     return fail(options.scan, "is no STL file, or too large for the memory at hand");
   demo::RepairReport report;
   report.seconds.emplace_back("Reading", watch.seconds());
   repair(mesh, options, report);
 
-  // output_STL has no way to report a failure, so the path is tried first.
-  if (!demo::File(std::fopen(options.result.c_str(), "wb"))) {
-    return fail(options.result, "can't be written");
-  }
   const demo::Stopwatch save;
-  mesh.output_STL(options.result.c_str());
+  if (!demo::save_scan(options.result, mesh)) return fail(options.result, "can't be written");
   report.seconds.emplace_back("Writing", save.seconds());
   report.peak_mib = demo::peak_memory_mib();
   demo::print_report(report, truth);

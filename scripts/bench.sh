@@ -46,7 +46,7 @@ fi
 grep 'left out' "$log" >&2 || true
 
 if [[ $peers == no ]]; then
-  for suite in core formats holes refinement; do
+  for suite in core formats holes refinement smoothing; do
     printf '### %s\n\n```\n' "$suite"
     "$build/bench/${suite}_bench" 2>/dev/null
     printf '```\n\n'
@@ -84,6 +84,7 @@ printf 'On %s, %s processors, %s.\n\n' \
   "$("${CXX:-c++}" --version | head -n 1)"
 "$build/bench/peers/peers_load" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_simplify" "$scan" "$split" --rounds "$rounds"
+"$build/bench/peers/peers_smooth" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_hole_share" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_memory" fresh
 "$build/bench/peers/peers_memory" "$split"

@@ -32,12 +32,13 @@ ElectricFilter::ElectricFilter(Mesh_M::Mesh& mesh, int level, float value, bool 
 }
 
 void ElectricFilter::run(int workers) {
-  run(workers, [this](Lane& lane) {
-    work(&lane.begin, &lane.end, Barrier{&lane.to_worker, &lane.to_main});
-  });
+  run(workers, [this](Lane& lane) { work(&lane.begin, Barrier{&lane.to_worker, &lane.to_main}); });
 }
 
 void ElectricFilter::run(int workers, const std::function<void(Lane&)>& work) {
+  faces_ = std::make_unique<Shares>(mesh_.face.get_facenum(), workers);
+  verts_ = std::make_unique<Shares>(mesh_.vertex.get_vertnum(), workers);
+  normals_ = std::make_unique<NormalStage>(*faces_, nullptr, params_.normal_iterations);
   if (!taubin_only_) flat_.load_faces(mesh_.vertex, mesh_.face, workers);
   Progress progress(mesh_.process_step, params_.normal_iterations + params_.vertex_iterations + 1);
   {
@@ -49,6 +50,7 @@ void ElectricFilter::run(int workers, const std::function<void(Lane&)>& work) {
       lanes.cross(2);
     }
     lanes.cross([&] {
+      normals_->kept.clear();
       loaded_ = load_vertices(workers);
       lanes.share(mesh_.vertex.get_vertnum());
     });
@@ -65,6 +67,7 @@ void ElectricFilter::run(int workers, const std::function<void(Lane&)>& work) {
 bool ElectricFilter::load_vertices(int tasks) {
   neighbours_of_ = neighbours_of_vertices(mesh_.vertex, tasks);
   flat_.load_points(mesh_.vertex, tasks);
+  classes_ = RawArray<int8_t>(flat_.points[0].size());
   run_slices(static_cast<std::ptrdiff_t>(flat_.corners.size()), tasks,
              [this](std::ptrdiff_t begin, std::ptrdiff_t end) {
                refresh_centroids(flat_, {static_cast<int>(begin), static_cast<int>(end)},
@@ -81,20 +84,16 @@ void ElectricFilter::refresh_normals() {
   mesh_.vertex.R_cal_vector();
 }
 
-void ElectricFilter::work(const int* begin, const int* end, const Barrier& barrier) {
-  const Range faces = {*begin, *end};
-  int now = 0;
-  if (params_.normal_iterations > 0) {
-    FaceNeighbourhoods around(flat_, nullptr);
-    if (params_.normal_iterations > 1) around.keep(faces);
-    now = filter_normals(flat_, mesh_.face, faces, params_.normal_iterations, barrier,
-                         [&](int f, const RawArray<Vec3f>& normals) {
-                           return new_normal(f, normals, around.of(f));
-                         });
-  }
+void ElectricFilter::work(const int* begin, const Barrier& barrier) {
+  Worker faces(*faces_, *begin);
+  const int now = filter_normals(flat_, mesh_.face, faces, *normals_, barrier,
+                                 [&](int f, const RawArray<Vec3f>& normals, Numbers around) {
+                                   return new_normal(f, normals, around);
+                                 });
   barrier.arrive();
   if (!loaded_) return;
-  move_vertices(faces, {*begin, *end}, flat_.normals[now], barrier);
+  Worker verts(*verts_, *begin);
+  move_vertices(faces, verts, flat_.normals[now], barrier);
 }
 
 // Neighbours weigh by how far their agreement exceeds the threshold.
@@ -131,50 +130,52 @@ double ElectricFilter::curvature(int v) const {
   return area == 0 ? 0.0 : (kFullCircle - angles) / area;
 }
 
-// Once for the whole call, before anything has moved.
-ElectricFilter::Classes ElectricFilter::classify(Range verts) const {
-  Classes classes(static_cast<std::size_t>(verts.end - verts.begin), kLeftAlone);
+void ElectricFilter::classify(Range verts) {
   const double limit = params_.curvature_limit;
   for_each_in(mesh_.vertex.records, verts.begin, verts.end, [&](int v, const _vert& vert) {
-    if (vert.state == kStateDeleted) return;
-    const double c = taubin_only_ ? 0.0 : curvature(v);
+    const double c = taubin_only_ || vert.state == kStateDeleted ? 0.0 : curvature(v);
     const bool high = taubin_only_ || c < -limit || c > limit;
-    classes[static_cast<std::size_t>(v - verts.begin)] = high ? kHighCurvature : kFollowsNormals;
+    classes_[v] = high ? kHighCurvature : kFollowsNormals;
+    if (vert.state == kStateDeleted) classes_[v] = kLeftAlone;
   });
-  return classes;
 }
 
-// Four barriers per iteration: either half-step is computed, and then made ready for the next.
-void ElectricFilter::move_vertices(Range faces, Range verts, const RawArray<Vec3f>& normals,
+// Four barriers per iteration: either half-step is computed, and then made ready for the next. The
+// classes are decided once for the whole call, before anything has moved.
+void ElectricFilter::move_vertices(Worker& faces, Worker& verts, const RawArray<Vec3f>& normals,
                                    const Barrier& barrier) {
-  const Classes classes = classify(verts);
   int now = 0;
   for (int i = 0; i < params_.vertex_iterations; ++i) {
     for (const bool first : {true, false}) {
-      half_step(classes, verts, normals, now, first ? params_.lambda : params_.mu);
+      verts.take_chunks([&](Range range, int) {
+        if (i == 0 && first) classify(range);
+        half_step(range, normals, now, first ? params_.lambda : params_.mu);
+      });
       barrier.arrive();
       now = 1 - now;
-      if (!first) write_points(mesh_.vertex, verts, flat_.points[now]);
-      if (!taubin_only_) refresh_centroids(flat_, faces, flat_.points[now], third_of);
+      verts.take_chunks([&](Range range, int) {
+        if (!first) write_points(mesh_.vertex, range, flat_.points[now]);
+      });
+      faces.take_chunks([&](Range range, int) {
+        if (!taubin_only_) refresh_centroids(flat_, range, flat_.points[now], third_of);
+      });
       barrier.arrive();
     }
   }
 }
 
 // A vertex that follows the normals does so in either half-step.
-void ElectricFilter::half_step(const Classes& classes, Range verts, const RawArray<Vec3f>& normals,
-                               int now, double step) {
+void ElectricFilter::half_step(Range verts, const RawArray<Vec3f>& normals, int now, double step) {
   const RawArray<Vec3f>& from = flat_.points[now];
   RawArray<Vec3f>& to = flat_.points[1 - now];
   for (int v = verts.begin; v < verts.end; ++v) {
-    const int8_t kind = classes[static_cast<std::size_t>(v - verts.begin)];
     const Vec3f& point = from[v];
     to[v] = point;
-    if (kind == kHighCurvature) {
+    if (classes_[v] == kHighCurvature) {
       UniformStep move(point);
       for (const int32_t n : neighbours_of_.of(v)) move.pull(from[n]);
       to[v] = move.moved(step);
-    } else if (kind == kFollowsNormals) {
+    } else if (classes_[v] == kFollowsNormals) {
       MeanPoint pull;
       for (const int32_t f : flat_.faces_of.of(v)) {
         pull.add(along(normals[f], sub(flat_.centroids[f], point)));
@@ -196,12 +197,12 @@ void Mesh::Fast_Eletric_Filter(int level, float value, bool flag) {
   });
 }
 
-// The run has worked out the same preset.
-void Mesh::func_Fast_Eletric_Filter(int* begin, int* end, Semap::Semaphore* toWorker,
+// The run has worked out the same preset, and knows where each range ends.
+void Mesh::func_Fast_Eletric_Filter(int* begin, int*, Semap::Semaphore* toWorker,
                                     Semap::Semaphore* toMain, int, float, bool) {
   auto* const semaphore = static_cast<scanmesh::LaneSemaphore*>(toWorker);
   auto* const filter = static_cast<scanmesh::ElectricFilter*>(semaphore->run);
-  filter->work(begin, end, scanmesh::Barrier{toWorker, toMain});
+  filter->work(begin, scanmesh::Barrier{toWorker, toMain});
 }
 
 void Mesh::featureSharpening() {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <memory>
 
 #include "scanmesh/mesh.h"
 #include "smoothing/filter_params.h"
@@ -22,28 +22,30 @@ class ElectricFilter {
   void run(int workers, const std::function<void(Lane&)>& work);
   void run(int workers);
 
-  // A worker's part: the range at `begin` and `end` is one of faces, later of vertices.
-  void work(const int* begin, const int* end, const Barrier& barrier);
+  // A worker's part: the range that begins at `begin` is one of faces, later of vertices.
+  void work(const int* begin, const Barrier& barrier);
 
  private:
-  using Classes = std::vector<int8_t>;
-
   bool load_vertices(int tasks);
   void refresh_normals();
   Vec3f new_normal(int f, const RawArray<Vec3f>& normals, Numbers around) const;
   double curvature(int v) const;
-  Classes classify(Range verts) const;
-  void move_vertices(Range faces, Range verts, const RawArray<Vec3f>& normals,
+  void classify(Range verts);
+  void move_vertices(Worker& faces, Worker& verts, const RawArray<Vec3f>& normals,
                      const Barrier& barrier);
-  void half_step(const Classes& classes, Range verts, const RawArray<Vec3f>& normals, int now,
-                 double step);
+  void half_step(Range verts, const RawArray<Vec3f>& normals, int now, double step);
 
   Mesh_M::Mesh& mesh_;
   Filter_Params params_;
   bool taubin_only_;
   FlatMesh flat_;
   FlatLists neighbours_of_;
+  RawArray<int8_t> classes_;
   bool loaded_ = false;
+  // Of one run.
+  std::unique_ptr<Shares> faces_;
+  std::unique_ptr<Shares> verts_;
+  std::unique_ptr<NormalStage> normals_;
 };
 
 }  // namespace scanmesh

@@ -2,13 +2,6 @@
 
 namespace scanmesh {
 
-namespace {
-
-// Twelve faces around the corners of a face of a regular mesh, and the face itself.
-constexpr std::size_t kUsualNeighbours = 13;
-
-}  // namespace
-
 void FlatMesh::load_faces(Mesh_R::Vertex& vertices, Mesh_R::Face& faces, int tasks) {
   corners = corners_of_faces(vertices, faces, tasks);
   faces_of = faces_of_vertices(vertices, faces, tasks);
@@ -22,22 +15,25 @@ void FlatMesh::load_points(Mesh_R::Vertex& vertices, int tasks) {
   centroids = RawArray<Vec3f>(corners.size());
 }
 
-FaceNeighbourhoods::FaceNeighbourhoods(const FlatMesh& mesh, const RawArray<uint8_t>* counts)
+NeighbourFinder::NeighbourFinder(const FlatMesh& mesh, const RawArray<uint8_t>* counts)
     : mesh_(mesh), counts_(counts), taken_((mesh.corners.size() + 63) / 64) {}
 
-void FaceNeighbourhoods::keep(Range faces) {
+void NeighbourFinder::collect(Range faces, ChunkNeighbourhoods& out) {
+  // Twelve faces around the corners of a face of a regular mesh, and the face itself.
+  constexpr std::size_t kUsual = 13;
   const auto count = static_cast<std::size_t>(faces.end - faces.begin);
-  start_.reserve(count + 1);
-  entries_.reserve(count * kUsualNeighbours);
-  start_.push_back(0);
+  out.start.clear();
+  out.entries.clear();
+  out.start.reserve(count + 1);
+  out.entries.reserve(count * kUsual);
+  out.start.push_back(0);
   for (int f = faces.begin; f < faces.end; ++f) {
-    collect(f, entries_);
-    start_.push_back(entries_.size());
+    append(f, out.entries);
+    out.start.push_back(out.entries.size());
   }
-  kept_ = faces;
 }
 
-void FaceNeighbourhoods::collect(int face, std::vector<int32_t>& out) {
+void NeighbourFinder::append(int face, std::vector<int32_t>& out) {
   const std::size_t first = out.size();
   for (const int32_t corner : mesh_.corners[face]) {
     for (const int32_t f : mesh_.faces_of.of(corner)) {

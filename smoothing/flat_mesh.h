@@ -13,14 +13,9 @@
 #include "smoothing/flat_adjacency.h"
 #include "smoothing/lockstep.h"
 #include "smoothing/raw_array.h"
+#include "smoothing/shares.h"
 
 namespace scanmesh {
-
-// A half-open range of record numbers.
-struct Range {
-  int begin;
-  int end;
-};
 
 // Of each pair of arrays one holds what stands and the other what is being computed; the passes
 // take turns, and every worker keeps count of the turns for itself.
@@ -35,55 +30,75 @@ struct FlatMesh {
   void load_points(Mesh_R::Vertex& vertices, int tasks);
 };
 
-// The faces that share a vertex with a face, itself among them, each once: corner by corner, in the
-// order of the corners' lists. One per worker. One bit per face tells who is in already; the bits
-// are cleared for the faces at hand only.
-class FaceNeighbourhoods {
+// The neighbourhoods of the faces of a chunk: those that share a vertex with a face, itself among
+// them, each once. Corner by corner, in the order of the corners' lists.
+struct ChunkNeighbourhoods {
+  std::vector<std::size_t> start;
+  std::vector<int32_t> entries;
+
+  Numbers of(int i) const {
+    const auto k = static_cast<std::size_t>(i);
+    return {entries.data() + start[k], entries.data() + start[k + 1]};
+  }
+};
+
+// Finds neighbourhoods. One per worker. One bit per face tells who is in already; the bits are
+// cleared for the faces at hand only.
+class NeighbourFinder {
  public:
   // With `counts`, faces with a 0 there are left out.
-  FaceNeighbourhoods(const FlatMesh& mesh, const RawArray<uint8_t>* counts);
+  NeighbourFinder(const FlatMesh& mesh, const RawArray<uint8_t>* counts);
 
-  // Collects for all faces of a range at once; worth its memory when they are asked for again.
-  void keep(Range faces);
-  // Valid until the next call, unless the face is kept.
-  Numbers of(int face) {
-    if (face >= kept_.begin && face < kept_.end) {
-      const auto i = static_cast<std::size_t>(face - kept_.begin);
-      return {entries_.data() + start_[i], entries_.data() + start_[i + 1]};
-    }
-    found_.clear();
-    collect(face, found_);
-    return {found_.data(), found_.data() + found_.size()};
-  }
+  void collect(Range faces, ChunkNeighbourhoods& out);
 
  private:
-  void collect(int face, std::vector<int32_t>& out);
+  void append(int face, std::vector<int32_t>& out);
 
   const FlatMesh& mesh_;
   const RawArray<uint8_t>* counts_;
   std::vector<uint64_t> taken_;
-  std::vector<int32_t> found_;
-  Range kept_{0, 0};
-  std::vector<std::size_t> start_;
-  std::vector<int32_t> entries_;
+};
+
+// What the workers share while they filter normals.
+struct NormalStage {
+  NormalStage(const Shares& faces, const RawArray<uint8_t>* face_counts, int rounds)
+      : counts(face_counts),
+        iterations(rounds),
+        kept(rounds > 1 ? static_cast<std::size_t>(faces.chunks()) : 0) {}
+
+  const RawArray<uint8_t>* counts;
+  int iterations;
+  // Of each chunk, from the first iteration for those that follow; empty when none does.
+  std::vector<ChunkNeighbourhoods> kept;
 };
 
 // One worker's part of filtering the normals, two barriers per iteration: compute, write. A deleted
-// face keeps its normal. new_normal(face, normals) gives a face's next normal. Returns which of the
-// two arrays holds the normals in the end, given that the first does at the beginning.
+// face keeps its normal. new_normal(face, normals, neighbourhood) gives a face's next normal.
+// Returns which of the two arrays holds the normals in the end, given that the first does at the
+// beginning.
 template <typename NewNormal>
-int filter_normals(FlatMesh& mesh, Mesh_R::Face& faces, Range range, int iterations,
+int filter_normals(FlatMesh& mesh, Mesh_R::Face& faces, Worker& worker, NormalStage& stage,
                    const Barrier& barrier, NewNormal new_normal) {
+  NeighbourFinder finder(mesh, stage.counts);
+  ChunkNeighbourhoods own;
   int now = 0;
-  for (int i = 0; i < iterations; ++i) {
+  for (int i = 0; i < stage.iterations; ++i) {
     const RawArray<Vec3f>& from = mesh.normals[now];
     RawArray<Vec3f>& to = mesh.normals[1 - now];
-    for_each_in(faces.records, range.begin, range.end, [&](int f, const Mesh_R::_face& face) {
-      to[f] = face.state == Mesh_R::kStateDeleted ? from[f] : new_normal(f, from);
+    worker.take_chunks([&](Range range, int chunk) {
+      const bool keeps = !stage.kept.empty();
+      ChunkNeighbourhoods& around = keeps ? stage.kept[static_cast<std::size_t>(chunk)] : own;
+      if (i == 0 || !keeps) finder.collect(range, around);
+      for_each_in(faces.records, range.begin, range.end, [&](int f, const Mesh_R::_face& face) {
+        const bool deleted = face.state == Mesh_R::kStateDeleted;
+        to[f] = deleted ? from[f] : new_normal(f, from, around.of(f - range.begin));
+      });
     });
     barrier.arrive();
-    for_each_in(faces.records, range.begin, range.end,
-                [&](int f, Mesh_R::_face& face) { face.vector = to[f]; });
+    worker.take_chunks([&](Range range, int) {
+      for_each_in(faces.records, range.begin, range.end,
+                  [&](int f, Mesh_R::_face& face) { face.vector = to[f]; });
+    });
     barrier.arrive();
     now = 1 - now;
   }

@@ -43,7 +43,7 @@ struct Lane {
 };
 
 // The main thread's side. When it is left early, by a callback that throws, the workers run to
-// their end first, with nothing to do in the stages that follow; a worker that throws leaves the
+// their end first; a worker that throws leaves the
 // others in step, and finish() passes it on.
 class Lockstep {
  public:
@@ -54,7 +54,7 @@ class Lockstep {
   Lockstep& operator=(const Lockstep&) = delete;
   ~Lockstep() {
     for (Lane& lane : lanes_) {
-      while (!lane.gone) cross([this] { share(0); });
+      while (!lane.gone) cross();
     }
   }
 

@@ -11,13 +11,13 @@ namespace Mesh_SF {
 using Mesh_R::_face;
 using Mesh_R::_vert;
 using scanmesh::Barrier;
-using scanmesh::FaceNeighbourhoods;
 using scanmesh::FlatMesh;
 using scanmesh::Lane;
 using scanmesh::Numbers;
 using scanmesh::Range;
 using scanmesh::RawArray;
 using scanmesh::Vec3f;
+using scanmesh::Worker;
 
 namespace {
 
@@ -114,23 +114,14 @@ Vec3f moved_vertex(const FlatMesh& mesh, const RawArray<Vec3f>& normals, const V
   return scanmesh::add(v, pull.mean());
 }
 
+enum : uint8_t { kStays = 0, kMoves = 1, kDoomed = 2 };
+
+bool may_move(const _vert& vert) {
+  return vert.state != Mesh_R::kStateDeleted && vert.state != Mesh_R::kStateHighCurvature &&
+         vert.edge_num != 0;
+}
+
 }  // namespace
-
-// A worker's vertices: which of them move, and which are to be deleted at the next writing.
-struct Smooth::VertexRange {
-  VertexRange(Mesh_R::Vertex& vertices, Range numbers)
-      : range(numbers), moves(static_cast<std::size_t>(numbers.end - numbers.begin)) {
-    scanmesh::for_each_in(vertices.records, range.begin, range.end, [&](int i, const _vert& vert) {
-      moves[static_cast<std::size_t>(i - range.begin)] =
-          vert.state != Mesh_R::kStateDeleted && vert.state != Mesh_R::kStateHighCurvature &&
-          vert.edge_num != 0;
-    });
-  }
-
-  Range range;
-  std::vector<uint8_t> moves;
-  std::vector<int> doomed;
-};
 
 Smooth::Smooth(Mesh_M::ProcessStepCallback callback, int workers)
     : callback_(std::move(callback)), workers_(workers) {}
@@ -147,20 +138,30 @@ void Smooth::load(Mesh_R::Face& faces, Mesh_R::Vertex& vertices) {
           counts_[f] = face.state > 0 && face.state != Mesh_R::kStateDeleted ? 1 : 0;
         });
       });
+  moves_ = RawArray<uint8_t>(flat_.points[0].size());
+  scanmesh::for_each_in(vertices.records, 0, vertices.get_vertnum(), [&](int v, const _vert& vert) {
+    moves_[v] = may_move(vert) ? kMoves : kStays;
+  });
 }
 
 void Smooth::run(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, int normal_iterations,
-                 int vertex_iterations, scanmesh::Progress& progress, const Worker& worker) {
+                 int vertex_iterations, scanmesh::Progress& progress, const LaneBody& body) {
   Semap::Semaphore gather;
   gather.signal();
+  face_shares_ = std::make_unique<scanmesh::Shares>(faces.get_facenum(), workers_);
+  vert_shares_ = std::make_unique<scanmesh::Shares>(vertices.get_vertnum(), workers_);
+  normals_ = std::make_unique<scanmesh::NormalStage>(*face_shares_, &counts_, normal_iterations);
   scanmesh::Lockstep lanes(workers_);
   lanes.share(faces.get_facenum());
-  lanes.start([&](Lane& lane) { worker(lane, &gather); });
+  lanes.start([&](Lane& lane) { body(lane, &gather); });
   for (int i = 0; i < normal_iterations; ++i) {
     progress.next();
     lanes.cross(2);
   }
-  lanes.cross([&] { lanes.share(vertices.get_vertnum()); });
+  lanes.cross([&] {
+    normals_->kept.clear();
+    lanes.share(vertices.get_vertnum());
+  });
   for (int i = 0; i < vertex_iterations; ++i) {
     progress.next();
     lanes.cross(2);
@@ -204,78 +205,76 @@ void Smooth::Smooth_Two_Step(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, int 
   }
 }
 
-void Smooth::Bilateral_Worker(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, int* begin, int* end,
+void Smooth::Bilateral_Worker(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, int* begin, int*,
                               Semap::Semaphore* toWorker, Semap::Semaphore* toMain,
-                              Semap::Semaphore*, int normal_iterations, int vertex_iterations,
-                              float spatial_factor, float sigma_s) {
-  work(*faces, *vertices, begin, end, Barrier{toWorker, toMain}, normal_iterations,
-       vertex_iterations, VertexRule{false, true},
-       BilateralNormal(flat_, areas_, spatial_factor, sigma_s));
+                              Semap::Semaphore*, int, int vertex_iterations, float spatial_factor,
+                              float sigma_s) {
+  work(*faces, *vertices, begin, Barrier{toWorker, toMain}, vertex_iterations,
+       VertexRule{false, true}, BilateralNormal(flat_, areas_, spatial_factor, sigma_s));
 }
 
-void Smooth::Two_Step_Worker(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, int* begin, int* end,
+void Smooth::Two_Step_Worker(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, int* begin, int*,
                              Semap::Semaphore* toWorker, Semap::Semaphore* toMain,
-                             Semap::Semaphore*, int normal_iterations, float cos_threshold,
-                             int vertex_iterations) {
-  work(*faces, *vertices, begin, end, Barrier{toWorker, toMain}, normal_iterations,
-       vertex_iterations, VertexRule{true, false},
+                             Semap::Semaphore*, int, float cos_threshold, int vertex_iterations) {
+  work(*faces, *vertices, begin, Barrier{toWorker, toMain}, vertex_iterations,
+       VertexRule{true, false},
        [cos_threshold](int f, const RawArray<Vec3f>& normals, Numbers around) {
          return thresholded_normal(f, normals, around, cos_threshold);
        });
 }
 
 template <typename NewNormal>
-void Smooth::work(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, const int* begin, const int* end,
-                  const Barrier& barrier, int normal_iterations, int vertex_iterations,
-                  VertexRule rule, NewNormal new_normal) {
-  const Range face_range = {*begin, *end};
-  int now = 0;
-  {
-    FaceNeighbourhoods around(flat_, &counts_);
-    if (normal_iterations > 1) around.keep(face_range);
-    now = scanmesh::filter_normals(flat_, faces, face_range, normal_iterations, barrier,
-                                   [&](int f, const RawArray<Vec3f>& normals) {
-                                     return new_normal(f, normals, around.of(f));
-                                   });
-  }
+void Smooth::work(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, const int* begin,
+                  const Barrier& barrier, int vertex_iterations, VertexRule rule,
+                  NewNormal new_normal) {
+  Worker own_faces(*face_shares_, *begin);
+  const int now =
+      scanmesh::filter_normals(flat_, faces, own_faces, *normals_, barrier, std::move(new_normal));
   barrier.arrive();
-  VertexRange range(vertices, {*begin, *end});
-  move_vertices(vertices, face_range, range, flat_.normals[now], vertex_iterations, barrier, rule);
+  Worker own_verts(*vert_shares_, *begin);
+  move_vertices(vertices, own_faces, own_verts, flat_.normals[now], vertex_iterations, barrier,
+                rule);
 }
 
 // Two barriers per iteration: compute, write.
-void Smooth::move_vertices(Mesh_R::Vertex& vertices, Range faces, VertexRange& range,
+void Smooth::move_vertices(Mesh_R::Vertex& vertices, Worker& faces, Worker& verts,
                            const RawArray<Vec3f>& normals, int iterations, const Barrier& barrier,
                            VertexRule rule) {
   int now = 0;
   for (int i = 0; i < iterations; ++i) {
-    compute_points(range, normals, now, rule);
+    verts.take_chunks([&](Range range, int) { compute_points(range, normals, now, rule); });
     barrier.arrive();
     now = 1 - now;
-    scanmesh::write_points(vertices, range.range, flat_.points[now]);
-    for (const int v : range.doomed) vertices[v]->state = Mesh_R::kStateDeleted;
-    range.doomed.clear();
-    scanmesh::refresh_centroids(flat_, faces, flat_.points[now], centroid_of);
+    verts.take_chunks([&](Range range, int) { write_points(vertices, range, now); });
+    faces.take_chunks([&](Range range, int) {
+      scanmesh::refresh_centroids(flat_, range, flat_.points[now], centroid_of);
+    });
     barrier.arrive();
   }
 }
 
 // A deleted vertex stays where it was: the faces that still name it go on counting.
-void Smooth::compute_points(VertexRange& range, const RawArray<Vec3f>& normals, int now,
-                            VertexRule rule) {
+void Smooth::compute_points(Range range, const RawArray<Vec3f>& normals, int now, VertexRule rule) {
   const RawArray<Vec3f>& from = flat_.points[now];
   RawArray<Vec3f>& to = flat_.points[1 - now];
-  for (int v = range.range.begin; v < range.range.end; ++v) {
-    uint8_t& moves = range.moves[static_cast<std::size_t>(v - range.range.begin)];
+  for (int v = range.begin; v < range.end; ++v) {
     to[v] = from[v];
-    if (moves == 0) continue;
+    if (moves_[v] == kStays) continue;
     const Vec3f place = moved_vertex(flat_, normals, from[v], flat_.faces_of.of(v), rule.cap);
     if (rule.deletes && !scanmesh::finite(place)) {
-      moves = 0;
-      range.doomed.push_back(v);
+      moves_[v] = kDoomed;
     } else {
       to[v] = place;
     }
+  }
+}
+
+void Smooth::write_points(Mesh_R::Vertex& vertices, Range range, int now) {
+  scanmesh::write_points(vertices, range, flat_.points[now]);
+  for (int v = range.begin; v < range.end; ++v) {
+    if (moves_[v] != kDoomed) continue;
+    vertices[v]->state = Mesh_R::kStateDeleted;
+    moves_[v] = kStays;
   }
 }
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <memory>
 
 #include "core/parallel.h"
 #include "scanmesh/process_step.h"
@@ -47,27 +47,31 @@ class Smooth {
     bool cap;      // bound the pull of far centroids where the faces are large
     bool deletes;  // delete a vertex whose position isn't finite
   };
-  using Worker = std::function<void(scanmesh::Lane& lane, Semap::Semaphore* gather)>;
-  struct VertexRange;
-
+  using LaneBody = std::function<void(scanmesh::Lane& lane, Semap::Semaphore* gather)>;
   void load(Mesh_R::Face& faces, Mesh_R::Vertex& vertices);
   void run(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, int normal_iterations,
-           int vertex_iterations, scanmesh::Progress& progress, const Worker& worker);
+           int vertex_iterations, scanmesh::Progress& progress, const LaneBody& body);
   template <typename NewNormal>
-  void work(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, const int* begin, const int* end,
-            const scanmesh::Barrier& barrier, int normal_iterations, int vertex_iterations,
-            VertexRule rule, NewNormal new_normal);
-  void move_vertices(Mesh_R::Vertex& vertices, scanmesh::Range faces, VertexRange& range,
+  void work(Mesh_R::Face& faces, Mesh_R::Vertex& vertices, const int* begin,
+            const scanmesh::Barrier& barrier, int vertex_iterations, VertexRule rule,
+            NewNormal new_normal);
+  void move_vertices(Mesh_R::Vertex& vertices, scanmesh::Worker& faces, scanmesh::Worker& verts,
                      const scanmesh::RawArray<scanmesh::Vec3f>& normals, int iterations,
                      const scanmesh::Barrier& barrier, VertexRule rule);
-  void compute_points(VertexRange& range, const scanmesh::RawArray<scanmesh::Vec3f>& normals,
+  void compute_points(scanmesh::Range range, const scanmesh::RawArray<scanmesh::Vec3f>& normals,
                       int now, VertexRule rule);
+  void write_points(Mesh_R::Vertex& vertices, scanmesh::Range range, int now);
 
   Mesh_M::ProcessStepCallback callback_;
   int workers_;
   scanmesh::FlatMesh flat_;
   scanmesh::RawArray<uint8_t> counts_;  // faces that take part in neighbourhoods
   scanmesh::RawArray<double> areas_;    // twice the area of each face; bilateral form only
+  scanmesh::RawArray<uint8_t> moves_;   // what becomes of each vertex
+  // Of one round.
+  std::unique_ptr<scanmesh::Shares> face_shares_;
+  std::unique_ptr<scanmesh::Shares> vert_shares_;
+  std::unique_ptr<scanmesh::NormalStage> normals_;
 };
 
 }  // namespace Mesh_SF

@@ -27,12 +27,13 @@ constexpr double kBandStep = 0.8;
 constexpr int kBandRounds = 5;
 constexpr double kEdgesOfAFace = 3.0;
 
-void uniform_pass(const scanmesh::FlatLists& neighbours, const RawArray<Vec3f>& from,
-                  RawArray<Vec3f>& to, double step) {
+using scanmesh::FloatLanes;
+
+void uniform_pass(const scanmesh::FlatLists& neighbours, const RawArray<FloatLanes>& from,
+                  RawArray<FloatLanes>& to, float step) {
   for (std::size_t i = 0; i < from.size(); ++i) {
-    scanmesh::UniformStep move(from[i]);
-    for (const int32_t n : neighbours.of(static_cast<int>(i))) move.pull(from[n]);
-    to[i] = move.moved(step);
+    const scanmesh::Numbers around = neighbours.of(static_cast<int>(i));
+    to[i] = scanmesh::uniform_step(from.data(), from[i], around.first, around.last, step);
   }
 }
 
@@ -107,14 +108,17 @@ Vec3f band_step(const Band& band, std::size_t i) {
 void Mesh::meshSmooth(int iterations) {
   const scanmesh::Filter_Params params;
   const scanmesh::FlatLists neighbours = scanmesh::neighbours_of_vertices(vertex, 1);
-  RawArray<Vec3f> points = scanmesh::points_of(vertex, 1);
-  RawArray<Vec3f> halfway(points.size());
+  RawArray<FloatLanes> points(static_cast<std::size_t>(vertex.get_vertnum()));
+  RawArray<FloatLanes> halfway(points.size());
+  scanmesh::for_each_in(vertex.records, 0, vertex.get_vertnum(), [&](int i, const _vert& vert) {
+    points[i] = scanmesh::lanes_of(vert.point);
+  });
   for (int i = 0; i < iterations; ++i) {
     uniform_pass(neighbours, points, halfway, params.lambda);
     uniform_pass(neighbours, halfway, points, params.mu);
   }
   scanmesh::for_each_in(vertex.records, 0, vertex.get_vertnum(),
-                        [&](int i, _vert& vert) { vert.point = points[i]; });
+                        [&](int i, _vert& vert) { vert.point = scanmesh::point_of(points[i]); });
 }
 
 void Mesh::laplace(std::vector<_vert*>& verts, int iterations, double lambda) {

@@ -2,6 +2,8 @@
 #ifndef SCANMESH_SMOOTHING_VERTEX_STEPS_H
 #define SCANMESH_SMOOTHING_VERTEX_STEPS_H
 
+#include <cstdint>
+
 #include "core/face_building.h"
 #include "core/vector_math.h"
 #include "scanmesh/stores.h"
@@ -27,6 +29,18 @@ class MeanPoint {
   int count_ = 0;
 };
 
+// x, y, z and a lane that nobody reads, for loops that do nothing but sums: the lanes are added and
+// divided side by side, each with the rounding of a float. It is only ever made, added and divided
+// as a whole, so no conversion between precisions is in the way.
+using FloatLanes = float __attribute__((vector_size(16)));
+
+inline FloatLanes lanes_of(const Vec3f& p) {
+  return FloatLanes{p.x, p.y, p.z, 0};
+}
+inline Vec3f point_of(const FloatLanes& p) {
+  return {p[0], p[1], p[2]};
+}
+
 // The uniform step: v + s x mean(n - v).
 class UniformStep {
  public:
@@ -38,6 +52,17 @@ class UniformStep {
   Vec3f v_;
   MeanPoint offsets_;
 };
+
+// The same on lanes. The step is a float: its product with a float rounds alike whether it is taken
+// in float or in double.
+inline FloatLanes uniform_step(const FloatLanes* points, const FloatLanes& v, const int32_t* first,
+                               const int32_t* last, float step) {
+  FloatLanes sum = {0, 0, 0, 0};
+  for (const int32_t* n = first; n != last; ++n) sum += points[*n] - v;
+  const auto count = static_cast<float>(last - first);
+  const FloatLanes counts = {count, count, count, 1};
+  return v + sum / counts * step;
+}
 
 // The mean of the neighbours over edges that aren't deleted, after the vertex itself when `self`.
 inline MeanPoint mean_of_neighbours(const Mesh_R::_vert& vert, bool self) {

@@ -36,4 +36,12 @@ std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target
   return all;
 }
 
+std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh) {
+  std::vector<Contestant> all{scanmesh_smooth(mesh)};
+#ifdef SCANMESH_PEER_OPEN3D
+  all.push_back(open3d_smooth(mesh));
+#endif
+  return all;
+}
+
 }  // namespace peers

@@ -24,9 +24,14 @@ Contestant openmesh_simplify(const IndexedMesh& mesh, int target);
 Contestant cgal_simplify(const IndexedMesh& mesh, int target);
 Contestant meshoptimizer_simplify(const IndexedMesh& mesh, int target);
 
+// Taubin smoothing, ten iterations. `mesh` outlives the contestant.
+Contestant scanmesh_smooth(const IndexedMesh& mesh);
+Contestant open3d_smooth(const IndexedMesh& mesh);
+
 /// scanmesh first, then the peers that were found.
 std::vector<Contestant> load_contestants(const std::string& path);
 std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target);
+std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh);
 
 }  // namespace peers
 

@@ -19,15 +19,34 @@ Contestant scanmesh_load(const std::string& path) {
           }};
 }
 
+namespace {
+
+std::shared_ptr<Mesh_M::Mesh> mesh_of(const IndexedMesh& mesh) {
+  auto copy = std::make_shared<Mesh_M::Mesh>();
+  std::vector<float> points(mesh.points);
+  std::vector<int> corners(mesh.corners.begin(), mesh.corners.end());
+  copy->rebuild(points.data(), static_cast<int>(points.size() / 3), corners.data(),
+                static_cast<int>(corners.size() / 3));
+  return copy;
+}
+
+}  // namespace
+
 Contestant scanmesh_simplify(const IndexedMesh& mesh, int target) {
   return {"scanmesh", [&mesh, target]() -> Job {
-            auto copy = std::make_shared<Mesh_M::Mesh>();
-            std::vector<float> points(mesh.points);
-            std::vector<int> corners(mesh.corners.begin(), mesh.corners.end());
-            copy->rebuild(points.data(), static_cast<int>(points.size() / 3), corners.data(),
-                          static_cast<int>(corners.size() / 3));
+            const auto copy = mesh_of(mesh);
             return [copy, target]() -> long long {
               copy->Mesh_simplify(target, true);
+              return copy->face.get_real_facenum();
+            };
+          }};
+}
+
+Contestant scanmesh_smooth(const IndexedMesh& mesh) {
+  return {"scanmesh", [&mesh]() -> Job {
+            const auto copy = mesh_of(mesh);
+            return [copy]() -> long long {
+              copy->meshSmooth(10);
               return copy->face.get_real_facenum();
             };
           }};

@@ -1,0 +1,32 @@
+#include "load_scan.h"
+
+#include <cstdio>
+
+#include "support/stl_file.h"
+
+namespace demo {
+
+bool load_scan(const std::string& path, Mesh_M::Mesh& mesh) {
+  switch (stl_kind(path)) {
+    case StlKind::binary: {
+      File file(std::fopen(path.c_str(), "rb"));
+      if (!file || mesh.input_data(file.get()) != 0) return false;
+      static_cast<void>(file.release());  // a reader that succeeds has closed it
+      return true;
+    }
+    case StlKind::ascii: {
+      const File file = plain_ascii_stl(path);
+      return file && mesh.input_data_ASCII(file.get());
+    }
+    default:
+      return false;
+  }
+}
+
+bool save_scan(const std::string& path, Mesh_M::Mesh& mesh) {
+  if (!File(std::fopen(path.c_str(), "wb"))) return false;
+  mesh.output_STL(path.c_str());
+  return true;
+}
+
+}  // namespace demo

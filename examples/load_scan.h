@@ -1,0 +1,21 @@
+// Opening a scan, whichever kind of STL file it is.
+#ifndef SCANMESH_EXAMPLES_LOAD_SCAN_H
+#define SCANMESH_EXAMPLES_LOAD_SCAN_H
+
+#include <string>
+
+#include "scanmesh/mesh.h"
+
+namespace demo {
+
+/// Reads a binary or ASCII STL file into a fresh mesh; inalize_mesh() is still to be called. False
+/// for what is no STL file, and for one too large for the memory at hand.
+bool load_scan(const std::string& path, Mesh_M::Mesh& mesh);
+
+/// Writes the mesh as binary STL. False when the path can't be written: output_STL has no way to
+/// report a failure, so the path is tried first.
+bool save_scan(const std::string& path, Mesh_M::Mesh& mesh);
+
+}  // namespace demo
+
+#endif  // SCANMESH_EXAMPLES_LOAD_SCAN_H
