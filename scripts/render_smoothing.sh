@@ -53,8 +53,8 @@ render() {
   for name in "$@"; do
     "$build/examples/stl_to_pov" "$work/$name.stl" "$work/$name.inc" "$name"
   done
-  (cd "$work" && povray "+I$picture.pov" "+O$pictures/$picture.png" +W840 \
-    "+H$(awk "BEGIN { print int(840 * $height / ($width * $count)) }")" +A0.2 +AM2 +R2 -D -GA \
+  (cd "$work" && povray "+I$picture.pov" "+O$pictures/$picture.png" +W730 \
+    "+H$(awk "BEGIN { print int(730 * $height / ($width * $count)) }")" +A0.2 +AM2 +R2 -D -GA \
     >"$picture.log" 2>&1) || {
     tail -n 20 "$work/$picture.log" >&2
     exit 1

@@ -9,6 +9,7 @@
 
 #include "tests/support/invariants.h"
 #include "tests/support/mesh_access.h"
+#include "tests/support/plain_filters.h"
 #include "tests/support/shapes.h"
 #include "tests/support/snapshots.h"
 
@@ -17,12 +18,7 @@ namespace {
 using namespace test_support;
 using Mesh_M::MeshAccess;
 using Mesh_R::_edge;
-using Mesh_R::_face;
 using Mesh_R::_vert;
-
-const _vert* other_end(const _edge* edge, const _vert* v) {
-  return edge->vert[0] == v ? edge->vert[1] : edge->vert[0];
-}
 
 double plain_angle(const Vec3f& at, const Vec3f& u, const Vec3f& v) {
   const Vec3f a{u.x - at.x, u.y - at.y, u.z - at.z};

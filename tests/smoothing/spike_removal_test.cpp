@@ -89,20 +89,30 @@ class PlainSpikes {
     const double l = level_;
     if (map_[v].first < 0.16 - 0.001 * l - 0.03) return;
     if (std::fabs(map_[v].second) < 0.008 - 0.00004 * l - 0.002) return;
-    Vec3f sum{0, 0, 0};
-    double lengths = 0;
     std::vector<_vert*> near;
     for (int i = 0; i < v->edge_num; ++i) {
-      if (v->edge[i]->state == 3) continue;
-      auto* const u = const_cast<_vert*>(other_end(v->edge[i], v));
-      const Vec3f e = minus(u->point, v->point);
+      if (v->edge[i]->state != 3) near.push_back(const_cast<_vert*>(other_end(v->edge[i], v)));
+    }
+    Vec3f p = candidate(*v, near);
+    if (!wanted(v, p, near)) return;
+    if (v->edge_num == 3 && v->face_num == 3 && pops < total_ && !remove(v, near)) return;
+    if (v->edge_num <= 3 && v->face_num <= 3 && pops <= total_) return;
+    move(v, p);
+  }
+
+  Vec3f candidate(const _vert& v, const std::vector<_vert*>& near) const {
+    Vec3f sum{0, 0, 0};
+    double lengths = 0;
+    for (const _vert* u : near) {
+      const Vec3f e = minus(u->point, v.point);
       const double length = std::sqrt(wide_dot(e, e));
       sum = plus(sum, times(e, length));
       lengths += length;
-      near.push_back(u);
     }
-    const double w = pops < total_ ? 1.0 : 0.5;
-    Vec3f p = plus(v->point, times(divided(sum, lengths), w));
+    return plus(v.point, times(divided(sum, lengths), pops < total_ ? 1.0 : 0.5));
+  }
+
+  bool wanted(_vert* v, Vec3f& p, const std::vector<_vert*>& near) {
     Stats before{};
     Stats after{};
     before.take(map_[v], true);
@@ -114,7 +124,7 @@ class PlainSpikes {
       after.take(GetHK(u, false, false, true, v, &p), false);
       ++n;
     }
-    if (n <= 2) return;
+    if (n <= 2) return false;
     const auto mean = [n](const Stats& s, int i) {
       return (s.sum[i] - s.max[i] - s.min[i]) / (n - 2);
     };
@@ -122,15 +132,11 @@ class PlainSpikes {
     const auto whole = [n](const Stats& s, int i, double m) {
       return (n - 2) * m + s.max[i] + s.min[i];
     };
-    const double limit = 2.54 - 0.0044 * l - 1.05;
-    const bool wanted = mean(before, 1) / held(1) > limit ||
-                        (before.max[1] - before.min[1]) / (after.max[1] - after.min[1]) > limit ||
-                        whole(before, 1, mean(before, 1)) / whole(after, 1, held(1)) > limit ||
-                        whole(before, 0, mean(before, 0)) / whole(after, 0, held(0)) > limit;
-    if (!wanted) return;
-    if (v->edge_num == 3 && v->face_num == 3 && pops < total_ && !remove(v, near)) return;
-    if (v->edge_num <= 3 && v->face_num <= 3 && pops <= total_) return;
-    move(v, p);
+    const double limit = 2.54 - 0.0044 * level_ - 1.05;
+    return mean(before, 1) / held(1) > limit ||
+           (before.max[1] - before.min[1]) / (after.max[1] - after.min[1]) > limit ||
+           whole(before, 1, mean(before, 1)) / whole(after, 1, held(1)) > limit ||
+           whole(before, 0, mean(before, 0)) / whole(after, 0, held(0)) > limit;
   }
 
   bool remove(_vert* v, const std::vector<_vert*>& near) {
