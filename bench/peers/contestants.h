@@ -28,10 +28,16 @@ Contestant meshoptimizer_simplify(const IndexedMesh& mesh, int target);
 Contestant scanmesh_smooth(const IndexedMesh& mesh);
 Contestant open3d_smooth(const IndexedMesh& mesh);
 
+// One round of Loop subdivision.
+Contestant scanmesh_subdivide(const IndexedMesh& mesh);
+Contestant openmesh_subdivide(const IndexedMesh& mesh);
+Contestant cgal_subdivide(const IndexedMesh& mesh);
+
 /// scanmesh first, then the peers that were found.
 std::vector<Contestant> load_contestants(const std::string& path);
 std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target);
 std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh);
+std::vector<Contestant> subdivide_contestants(const IndexedMesh& mesh);
 
 }  // namespace peers
 
