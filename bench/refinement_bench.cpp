@@ -34,4 +34,59 @@ BENCHMARK(Simplify)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
+// Arguments of the following: faces.
+void grow(benchmark::internal::Benchmark* run) {
+  for (const int faces : {10000, 100000, 1000000, 5000000}) run->Arg(faces);
+  run->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+}
+
+template <typename Work>
+void run_on_wavy_grid(benchmark::State& state, Work work) {
+  const demo::Surface surface = bench::wavy_grid(static_cast<int>(state.range(0)));
+  const bench::QuietOutput quiet;
+  for (auto step : state) {
+    state.PauseTiming();
+    auto mesh = bench::mesh_from(surface);
+    state.ResumeTiming();
+    work(*mesh);
+    state.PauseTiming();
+    mesh.reset();
+    state.ResumeTiming();
+  }
+  const auto faces = static_cast<double>(surface.faces.size());
+  state.counters["per_million"] = benchmark::Counter(
+      1e-6 * faces, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void Optimization(benchmark::State& state) {
+  run_on_wavy_grid(state, [](Mesh_M::Mesh& mesh) { mesh.Mesh_Optimization(); });
+}
+BENCHMARK(Optimization)->Apply(grow);
+
+void CollapseShortEdges(benchmark::State& state) {
+  run_on_wavy_grid(state, [](Mesh_M::Mesh& mesh) {
+    mesh.setResolutionParam({1.7F, 1.7F, false});
+    mesh.collapse_short_edges();
+  });
+}
+BENCHMARK(CollapseShortEdges)->Apply(grow);
+
+void OpenManifold(benchmark::State& state) {
+  run_on_wavy_grid(state, [](Mesh_M::Mesh& mesh) {
+    Mesh_R::_face** faces = nullptr;
+    int n = 0;
+    mesh.open_manifold(faces, n);
+    delete[] faces;
+  });
+}
+BENCHMARK(OpenManifold)->Apply(grow);
+
+void LoopStep1(benchmark::State& state) {
+  run_on_wavy_grid(state, [](Mesh_M::Mesh& mesh) {
+    const fmx::sub_mid facets = mesh.Mesh_loop_subdividion_step1();
+    delete[] facets.faces;
+  });
+}
+BENCHMARK(LoopStep1)->Apply(grow);
+
 }  // namespace

@@ -29,4 +29,13 @@ bool save_scan(const std::string& path, Mesh_M::Mesh& mesh) {
   return true;
 }
 
+void drop(Mesh_M::obj_triangle* record) {
+  delete[] record->points;
+  delete[] record->vectors;
+  delete[] record->verts;
+  delete[] record->index;
+  delete[] record->face_vectors;
+  delete record;
+}
+
 }  // namespace demo

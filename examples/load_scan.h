@@ -16,6 +16,9 @@ bool load_scan(const std::string& path, Mesh_M::Mesh& mesh);
 /// report a failure, so the path is tried first.
 bool save_scan(const std::string& path, Mesh_M::Mesh& mesh);
 
+/// Frees a snapshot that won't be handed back to the mesh, with its arrays.
+void drop(Mesh_M::obj_triangle* record);
+
 }  // namespace demo
 
 #endif  // SCANMESH_EXAMPLES_LOAD_SCAN_H

@@ -86,6 +86,8 @@ printf 'On %s, %s processors, %s.\n\n' \
 "$build/bench/peers/peers_simplify" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_smooth" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_reconstruct" "$scan" --rounds "$rounds"
+"$build/bench/peers/peers_loop_check" || true
+"$build/bench/peers/peers_subdivide" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_hole_share" "$scan" "$split" --rounds "$rounds"
 "$build/bench/peers/peers_memory" fresh
 "$build/bench/peers/peers_memory" "$split"

@@ -7,6 +7,7 @@
 #include <CGAL/Surface_mesh_simplification/Policies/Edge_collapse/Count_stop_predicate.h>
 #include <CGAL/Surface_mesh_simplification/Policies/Edge_collapse/GarlandHeckbert_plane_policies.h>
 #include <CGAL/Surface_mesh_simplification/edge_collapse.h>
+#include <CGAL/subdivision_method_3.h>
 
 #include <array>
 #include <memory>
@@ -27,6 +28,20 @@ namespace sms = CGAL::Surface_mesh_simplification;
 void fill_from_soup(std::vector<Point>& points, Polygons& polygons, TriMesh& mesh) {
   pmp::orient_polygon_soup(points, polygons);
   pmp::polygon_soup_to_polygon_mesh(points, polygons, mesh);
+}
+
+std::shared_ptr<TriMesh> mesh_of(const IndexedMesh& mesh) {
+  std::vector<Point> points;
+  Polygons polygons;
+  for (std::size_t i = 0; i + 2 < mesh.points.size(); i += 3) {
+    points.emplace_back(mesh.points[i], mesh.points[i + 1], mesh.points[i + 2]);
+  }
+  for (std::size_t i = 0; i + 2 < mesh.corners.size(); i += 3) {
+    polygons.push_back({mesh.corners[i], mesh.corners[i + 1], mesh.corners[i + 2]});
+  }
+  auto copy = std::make_shared<TriMesh>();
+  fill_from_soup(points, polygons, *copy);
+  return copy;
 }
 
 }  // namespace
@@ -50,16 +65,7 @@ Contestant cgal_load(const std::string& path) {
 Contestant cgal_simplify(const IndexedMesh& mesh, int target) {
   return {
       "CGAL", [&mesh, target]() -> Job {
-        std::vector<Point> points;
-        Polygons polygons;
-        for (std::size_t i = 0; i + 2 < mesh.points.size(); i += 3) {
-          points.emplace_back(mesh.points[i], mesh.points[i + 1], mesh.points[i + 2]);
-        }
-        for (std::size_t i = 0; i + 2 < mesh.corners.size(); i += 3) {
-          polygons.push_back({mesh.corners[i], mesh.corners[i + 1], mesh.corners[i + 2]});
-        }
-        auto copy = std::make_shared<TriMesh>();
-        fill_from_soup(points, polygons, *copy);
+        auto copy = mesh_of(mesh);
         return [copy, target]() -> long long {
           using Policies = sms::GarlandHeckbert_plane_policies<TriMesh, Kernel>;
           const Policies policies(*copy);
@@ -71,6 +77,17 @@ Contestant cgal_simplify(const IndexedMesh& mesh, int target) {
           return static_cast<long long>(copy->number_of_faces());
         };
       }};
+}
+
+Contestant cgal_subdivide(const IndexedMesh& mesh) {
+  return {"CGAL", [&mesh]() -> Job {
+            auto copy = mesh_of(mesh);
+            return [copy]() -> long long {
+              CGAL::Subdivision_method_3::Loop_subdivision(
+                  *copy, CGAL::parameters::number_of_iterations(1));
+              return static_cast<long long>(copy->number_of_faces());
+            };
+          }};
 }
 
 }  // namespace peers

@@ -53,4 +53,15 @@ std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, con
   return all;
 }
 
+std::vector<Contestant> subdivide_contestants(const IndexedMesh& mesh) {
+  std::vector<Contestant> all{scanmesh_subdivide(mesh)};
+#ifdef SCANMESH_PEER_OPENMESH
+  all.push_back(openmesh_subdivide(mesh));
+#endif
+#ifdef SCANMESH_PEER_CGAL
+  all.push_back(cgal_subdivide(mesh));
+#endif
+  return all;
+}
+
 }  // namespace peers

@@ -38,12 +38,18 @@ struct OrientedPoints {
 Contestant scanmesh_reconstruct(const OrientedPoints& cloud, const std::string& out);
 Contestant open3d_reconstruct(const OrientedPoints& cloud, int depth);
 
+// One round of Loop subdivision.
+Contestant scanmesh_subdivide(const IndexedMesh& mesh);
+Contestant openmesh_subdivide(const IndexedMesh& mesh);
+Contestant cgal_subdivide(const IndexedMesh& mesh);
+
 /// scanmesh first, then the peers that were found.
 std::vector<Contestant> load_contestants(const std::string& path);
 std::vector<Contestant> simplify_contestants(const IndexedMesh& mesh, int target);
 std::vector<Contestant> smooth_contestants(const IndexedMesh& mesh);
 std::vector<Contestant> reconstruct_contestants(const OrientedPoints& cloud, const std::string& out,
                                                 int depth);
+std::vector<Contestant> subdivide_contestants(const IndexedMesh& mesh);
 
 }  // namespace peers
 

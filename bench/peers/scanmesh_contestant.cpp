@@ -52,4 +52,19 @@ Contestant scanmesh_smooth(const IndexedMesh& mesh) {
           }};
 }
 
+// Both halves: the facets, and the welded mesh made of them.
+Contestant scanmesh_subdivide(const IndexedMesh& mesh) {
+  return {"scanmesh", [&mesh]() -> Job {
+            const auto source = mesh_of(mesh);
+            const auto made = std::make_shared<Mesh_M::Mesh>();
+            return [source, made]() -> long long {
+              fmx::sub_mid facets = source->Mesh_loop_subdividion_step1();
+              Mesh_M::Mesh* target = made.get();
+              const int status = source->Mesh_loop_subdividion_step2(target, facets);
+              delete[] facets.faces;
+              return status == 0 ? made->face.get_real_facenum() : -1;
+            };
+          }};
+}
+
 }  // namespace peers

@@ -2,6 +2,7 @@
 #ifndef SCANMESH_MESH_H
 #define SCANMESH_MESH_H
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
@@ -13,6 +14,7 @@
 #include "scanmesh/export.h"
 #include "scanmesh/geometry.h"
 #include "scanmesh/hole.h"
+#include "scanmesh/mesh_records.h"
 #include "scanmesh/process_step.h"
 #include "scanmesh/stores.h"
 #include "scanmesh/vertex_octree.h"
@@ -261,11 +263,82 @@ class SCANMESH_API Mesh {
   /// The numbers of the three edges of the faces [first, last), at 3 i of `out`; a deleted face
   /// gets -1 in its first place only.
   void cal_face_eno(int* out, int first, int last);
+  /// Flips edges so that the surface bends less (Dyn, Hormann, Kim, Levin 2001), in 5 to 12 passes,
+  /// more while the flips of a pass grow in number. Returns the number of flips; reports each pass.
+  int Mesh_Optimization();
+  /// What flipping the edge would gain; above 0 the surface bends less after it. -1 when it can't
+  /// be flipped: not exactly two faces on it and on each of the four edges around, or an end with
+  /// fewer than four edges.
+  double Mesh_Swap_Value(const fmx::edge_area& area) const;
+  double Mesh_Swap_Value(Mesh_R::_edge* edge) const;
+  /// Flips the edge; false, with nothing done, for an `invalid` one.
+  bool Mesh_Swap_Edge(const fmx::edge_area& area);
+  /// How much the edge w1 - w2 bends between the triangles with w3 and with w4: its length times
+  /// the angle between the normals, radians.
+  double Mesh_V(Mesh_R::_vert* w1, Mesh_R::_vert* w2, Mesh_R::_vert* w3, Mesh_R::_vert* w4) const;
+  /// Collapses edges shorter than 0.55 of the scan's resolution, of the fine one for edges with
+  /// kTagFine where that is enabled, to their middle; then removes needles at tips and at vertices
+  /// of three faces. Call setResolutionParam() first.
+  void collapse_short_edges();
+  /// The first half of one Loop subdivision: four facets for each face, on as many threads as there
+  /// are processors, in an order that depends on timing. Vertices of state kStateHighCurvature
+  /// stay. The caller frees `faces`. All zero when memory doesn't suffice, or without faces.
+  fmx::sub_mid Mesh_loop_subdividion_step1();
+  /// The second half: makes `target` of the facets; this mesh may have been freed. What the target
+  /// held is lost, not released. 0; -1 or -2 when memory doesn't suffice, -3 without facets, -4
+  /// when building failed. The facets stay with the caller.
+  int Mesh_loop_subdividion_step2(Mesh*& target, fmx::sub_mid& soup);
+  /// The same without any check; always 0.
+  int Mesh_loop_subdividion_step3(Mesh*& target, fmx::sub_mid& soup);
+
+  // ---- Undo -------------------------------------------------------------------------------------
+
+  /// Copies the whole mesh into a new record.
+  void build_backup(_backup*& out);
+  /// Restores the mesh and frees the record with its arrays. Tags, flags and numbers don't survive.
+  void revoke_backup(_backup* record);
+  /// Copies faces and their corners into a new record, before they are deleted.
+  obj_triangle* storage_delFace(Mesh_R::_face** faces, int count);
+  /// Deletes the faces.
+  void _dele_triangle(Mesh_R::_face** faces, int count);
+  /// Puts the faces of a record back and frees it. Corners that went come back as new vertices.
+  void Revoked_triangle(obj_triangle* record);
+  /// Cuts the faces out and closes the rings that are left, where shorter than the selection.
+  /// `added` receives the new faces, an array of the caller's; `half_spacing` is half of the scan's
+  /// spacing. Null, with nothing changed, without faces or for more than a quarter of the mesh.
+  obj_triangle* remove_feature(Mesh_R::_face** faces, int count, Mesh_R::_face**& added,
+                               int& added_count, float half_spacing);
+  /// Takes remove_feature back and frees the record; `added` stays the caller's. A null record does
+  /// nothing.
+  void Revoked_removefeature(obj_triangle* record, Mesh_R::_face** added, int added_count);
+
+  // ---- Repair -----------------------------------------------------------------------------------
+
+  /// The faces of all shells with fewer faces than half a percent of the records, shell by shell; a
+  /// shell hangs together across edges with exactly two faces. `faces` is a new array of the
+  /// caller's.
+  void open_manifold(Mesh_R::_face**& faces, int& n);
+  /// Appends the faces of the shells with fewer faces than that and than `limit`; returns how many
+  /// `faces` holds then. Deleted records end in state -3. One thread per processor at the end.
+  int open_manifold_slider(std::vector<Mesh_R::_face*>& faces, const int& limit);
+  /// Appends the shells within an array of n faces to `groups`, as indices into it, and arranges
+  /// them. Returns the number of clusters. A neighbour outside the array counts as index 0 and
+  /// keeps its mark.
+  int open_manifold_slider(Mesh_R::_face** faces, const int& n, ClusterGroup<int>& groups);
+  /// Multiplies the coordinates: all for axis 0, x, y or z alone for 1, 2, 3. Normals stay. One
+  /// task per processor.
+  void temperature_compensation_scaling(float factor, int axis);
 
  private:
   friend struct MeshAccess;  // tests of the private operations
 
   void bind_hole();
+  void Mesh_loop_subdividion_thread(fmx::stl_face* out, int* count, std::atomic_flag* flag,
+                                    int first, int last, MemS::Bounding_Box* box);
+  void temperature_compensation_scaling_thread(int first, int last, float factor, int axis);
+  Mesh_R::_vert* NextVert(Mesh_R::_vert* v, Mesh_R::_edge*& edge, Mesh_R::_face*& face);
+  Mesh_R::_edge* Mesh_Border_Add_Point(Mesh_R::_edge* edge, Mesh_R::_vert* v,
+                                       MemS::Point3v<float> p);
   void laplace(std::vector<Mesh_R::_vert*>& verts, int iterations, double lambda);
   void Mesh_Taubin_Smooth_Area(std::vector<Mesh_R::_vert*>& verts, int iterations);
   void tabBorder(short value);

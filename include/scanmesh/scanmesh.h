@@ -12,6 +12,7 @@
 #include "scanmesh/marching.h"
 #include "scanmesh/mem_allo.h"
 #include "scanmesh/mesh.h"
+#include "scanmesh/mesh_records.h"
 #include "scanmesh/octree.h"
 #include "scanmesh/octree_pool.h"
 #include "scanmesh/process_step.h"

@@ -24,6 +24,13 @@ struct MeshAccess {
   static void remove_spikes(Mesh& mesh, int level, Verts& verts) {
     mesh.remove_spikes_new_private(level, verts);
   }
+  static Mesh_R::_vert* next_vert(Mesh& mesh, Mesh_R::_vert* v, Mesh_R::_edge*& edge,
+                                  Mesh_R::_face*& face) {
+    return mesh.NextVert(v, edge, face);
+  }
+  static Mesh_R::_edge* border_add_point(Mesh& mesh, Mesh_R::_edge* edge, Mesh_R::_vert* v) {
+    return mesh.Mesh_Border_Add_Point(edge, v, v->point);
+  }
 };
 
 }  // namespace Mesh_M
