@@ -1,4 +1,4 @@
-// Writes a binary STL file as a mesh for the POV-Ray renderer, with smooth normals.
+// Writes a binary STL file as a mesh for the POV-Ray renderer, with smooth normals, or flat.
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -19,8 +19,9 @@ void write_vectors(std::FILE* out, const char* name, const std::vector<demo::Vec
 
 int main(int argc, char** argv) {
   std::vector<demo::Triangle> triangles;
-  if (argc != 4 || !demo::read_stl(argv[1], triangles)) {
-    std::fprintf(stderr, "usage: %s SCAN.stl OUT.inc NAME\n", argv[0]);
+  const bool flat = argc == 5 && std::string(argv[4]) == "flat";
+  if ((argc != 4 && !flat) || !demo::read_stl(argv[1], triangles)) {
+    std::fprintf(stderr, "usage: %s SCAN.stl OUT.inc NAME [flat]\n", argv[0]);
     return 2;
   }
   const demo::File out(std::fopen(argv[2], "wb"));
@@ -31,7 +32,7 @@ int main(int argc, char** argv) {
   const demo::Surface surface = demo::weld(triangles);
   std::fprintf(out.get(), "#declare %s = mesh2 {\n", argv[3]);
   write_vectors(out.get(), "vertex_vectors", surface.points);
-  write_vectors(out.get(), "normal_vectors", demo::point_normals(surface));
+  if (!flat) write_vectors(out.get(), "normal_vectors", demo::point_normals(surface));
   std::fprintf(out.get(), "  face_indices { %zu", surface.faces.size());
   for (const demo::Corners& f : surface.faces) {
     std::fprintf(out.get(), ",\n    <%d,%d,%d>", f[0], f[1], f[2]);
