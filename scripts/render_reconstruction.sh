@@ -75,7 +75,7 @@ for ratio in 4 8; do
     >/dev/null
   "$build/examples/stl_to_pov" "$work/before.stl" "$work/before.inc" before flat
   "$build/examples/stl_to_pov" "$work/after.stl" "$work/after.inc" after flat
-  render "pivoting_seam_$ratio" 840 392 <<SCENE
+  render "pivoting_seam_$ratio" 810 378 <<SCENE
 $common
 #include "before.inc"
 #include "after.inc"
