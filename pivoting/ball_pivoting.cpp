@@ -168,13 +168,17 @@ void BallPivotingTraits::grow(Ball_Pivoting& self, std::vector<Node>& nodes, std
 
 void BallPivotingTraits::build_mesh(Ball_Pivoting& self, MemS::MemAllo<float[3]>& points,
                                     MemS::MemAllo<float[3]>& normals, int count, int processors) {
-  std::vector<Node> nodes;
-  nodes.reserve(static_cast<std::size_t>(std::max(count, 0)));
-  scanmesh::take_points(points, normals, count, self.vert_store,
-                        [&](_vert* vert) { nodes.emplace_back(vert); });
-  if (nodes.empty()) return;
+  if (count <= 0) {
+    points.free();
+    normals.free();
+    return;
+  }
   Progress progress(self.process_step, count);
   progress.begin();
+  std::vector<Node> nodes;
+  nodes.reserve(static_cast<std::size_t>(count));
+  scanmesh::take_points(points, normals, count, self.vert_store,
+                        [&](_vert* vert) { nodes.emplace_back(vert); });
   grow(self, nodes, 0, processors, progress);
   progress.end();
   scanmesh::delete_spurs(stores(self), 0);

@@ -1,4 +1,4 @@
-// Distances to several points at once.
+// Means of the processor: several distances at once, the lowest bit, memory ahead of its use.
 #ifndef SCANMESH_PIVOTING_LANES_H
 #define SCANMESH_PIVOTING_LANES_H
 
@@ -18,6 +18,14 @@ inline int lowest_bit(uint32_t bits) {
   int i = 0;
   while ((bits >> i & 1U) == 0) ++i;
   return i;
+#endif
+}
+
+inline void prefetch(const void* address) {
+#if defined(__GNUC__)
+  __builtin_prefetch(address);
+#else
+  (void)address;
 #endif
 }
 

@@ -2,7 +2,6 @@
 #ifndef SCANMESH_PIVOTING_POINT_INPUT_H
 #define SCANMESH_PIVOTING_POINT_INPUT_H
 
-#include <algorithm>
 #include <cassert>
 
 #include "core/vector_math.h"
@@ -12,10 +11,10 @@
 namespace scanmesh {
 
 // Inserts the first `count` points with their normals, calls visit(vertex) for each in their order,
-// and frees both arrays. Returns how many there were.
+// and frees both arrays.
 template <typename Visit>
-int take_points(MemS::MemAllo<float[3]>& points, MemS::MemAllo<float[3]>& normals, int count,
-                Mesh_R::Vertex& vertices, Visit visit) {
+void take_points(MemS::MemAllo<float[3]>& points, MemS::MemAllo<float[3]>& normals, int count,
+                 Mesh_R::Vertex& vertices, Visit visit) {
   assert(count <= 0 || (points.block != nullptr && count <= points.size()));
   assert(count <= 0 || (normals.block != nullptr && count <= normals.size()));
   const auto to_vector = [](const float(&p)[3]) { return Vec3f{p[0], p[1], p[2]}; };
@@ -27,7 +26,6 @@ int take_points(MemS::MemAllo<float[3]>& points, MemS::MemAllo<float[3]>& normal
   }
   points.free();
   normals.free();
-  return std::max(count, 0);
 }
 
 // Normal and corners of each live face; the caller frees the array.

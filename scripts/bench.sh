@@ -3,7 +3,8 @@
 #   bench.sh                      the benchmark suites of each folder
 #   bench.sh --peers [SCAN.stl]   side by side with other mesh libraries, memory, and growth with size;
 #                                 without a file on a virtual scan of the Stanford bunny
-#   bench.sh --peers --patches    only the last of these: how holes are filled
+#   bench.sh --peers --patches    only how holes are filled
+#   bench.sh --peers --points     only how points become meshes
 #   bench.sh --peers --rounds=N   medians of N rounds instead of 5
 #   bench.sh --peers --quick      fewer rounds, and growth up to a million faces only
 set -euo pipefail
@@ -13,6 +14,7 @@ out=$build/out
 
 peers=no
 patches_only=no
+points_only=no
 rounds=5
 most=10000000
 scan=
@@ -20,6 +22,7 @@ for argument in "$@"; do
   case "$argument" in
     --peers) peers=yes ;;
     --patches) peers=yes; patches_only=yes ;;
+    --points) peers=yes; points_only=yes ;;
     --rounds=*) rounds=${argument#--rounds=} ;;
     --quick) rounds=1; most=1000000 ;;
     --*) echo "bench.sh: unknown option $argument" >&2; exit 2 ;;
@@ -67,6 +70,16 @@ compare_patches() {
   "$build/bench/peers/peers_patches" rings
 }
 
+compare_points() {
+  local -r program=$build/bench/peers/peers_pivoting
+  "$program" quality "$scan"
+  "$program" meshes "$scan" --rounds "$rounds"
+  "$program" processors "$scan" --rounds "$rounds"
+  "$program" trees "$scan" "$split" --rounds "$rounds"
+  local what
+  for what in tree_memory x_tree_memory build_memory x_build_memory; do "$program" "$what"; done
+}
+
 if [[ -z $scan ]]; then
   scan=$out/bunny_scan.stl
   tar -xzf "$meshes" -C "$out" --strip-components=2 data/meshes/bunny00.off
@@ -78,6 +91,10 @@ if [[ $patches_only == yes ]]; then
 fi
 split=$out/split.stl
 "$build/bench/peers/peers_split_stl" "$scan" "$split"
+if [[ $points_only == yes ]]; then
+  compare_points
+  exit 0
+fi
 
 printf 'On %s, %s processors, %s.\n\n' \
   "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" \
@@ -93,3 +110,4 @@ printf 'On %s, %s processors, %s.\n\n' \
 "$build/bench/peers/peers_memory" "$split"
 "$build/bench/peers/peers_growth" "$most" "$out/growth.stl"
 compare_patches
+compare_points

@@ -1,11 +1,14 @@
 // The trees aren't exported: this file is linked with their sources.
 #include <memory>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include "peers/point_contestants.h"
 #include "pivoting/kd_tree_impl.h"
 #include "pivoting/search_index.h"
 #include "scanmesh/ball_pivoting.h"
-#include "support/console.h"
 
 namespace peers {
 namespace {
@@ -29,10 +32,15 @@ struct Records {
   }
 };
 
-double bytes_per_point(double before_mib, const demo::PointSet& set) {
-  constexpr double kMebibyte = 1024.0 * 1024.0;
-  return (demo::resident_memory_mib() - before_mib) * kMebibyte /
-         static_cast<double>(set.points.size());
+// What the process has allocated; 0 where the library of C doesn't tell. Resident memory won't do:
+// memory that was released before is handed out again unseen.
+double allocated_bytes() {
+#if defined(__GLIBC__)
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<double>(info.uordblks) + static_cast<double>(info.hblkhd);
+#else
+  return 0;
+#endif
 }
 
 }  // namespace
@@ -73,18 +81,18 @@ Contestant scanmesh_x_tree(const demo::PointSet& set) {
 
 double scanmesh_tree_bytes(const demo::PointSet& set) {
   Records input(set);
-  const double before = demo::resident_memory_mib();
+  const double before = allocated_bytes();
   Tree tree;
   tree.build_tree(input.nodes.data(), static_cast<int>(input.nodes.size()), {}, {});
-  return bytes_per_point(before, set);
+  return (allocated_bytes() - before) / static_cast<double>(set.points.size());
 }
 
 double scanmesh_x_tree_bytes(const demo::PointSet& set) {
   Records input(set);
-  const double before = demo::resident_memory_mib();
+  const double before = allocated_bytes();
   flann_kdtree::KdTreeX_Static tree;
   tree.rebuild(input.x_nodes.data(), input.x_nodes.size());
-  return bytes_per_point(before, set);
+  return (allocated_bytes() - before) / static_cast<double>(set.points.size());
 }
 
 }  // namespace peers

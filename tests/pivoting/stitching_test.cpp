@@ -11,6 +11,7 @@
 #include "scanmesh/internal.h"
 #include "tests/pivoting/pivoting_access.h"
 #include "tests/pivoting/seam_meshes.h"
+#include "tests/pivoting/stitch_runs.h"
 #include "tests/support/hole_access.h"
 #include "tests/support/invariants.h"
 
@@ -22,22 +23,6 @@ using BPA::BallPivotingTraits;
 using Mesh_M::Mesh;
 using xbpa::XBallPivoting;
 using xbpa::XBallPivotingTraits;
-
-// What a stitching prints goes here.
-class Captured {
- public:
-  Captured() { testing::internal::CaptureStdout(); }
-  ~Captured() {
-    if (!taken_) testing::internal::GetCapturedStdout();
-  }
-  std::string text() {
-    taken_ = true;
-    return testing::internal::GetCapturedStdout();
-  }
-
- private:
-  bool taken_ = false;
-};
 
 TEST(Stitching, by_copy_makes_the_faces_of_the_plain_form) {
   for (const int ratio : {4, 8, 6}) {
@@ -102,24 +87,6 @@ std::vector<std::vector<float>> snapshot(Mesh& mesh) {
   return out;
 }
 
-// Runs the three forms; the mesh that holds the result.
-Mesh& stitched(int form, Mesh& mesh, Mesh& target) {
-  const Captured output;
-  if (form == 0) {
-    Ball_Pivoting ball;
-    ball.stitchMesh(mesh);
-    ball.free();
-    return mesh;
-  }
-  XBallPivoting ball;
-  if (form == 1) {
-    ball.stitchMesh(mesh);
-    return mesh;
-  }
-  ball.stitchMesh(mesh, target);
-  return target;
-}
-
 int vertex_count(Mesh& mesh) {
   return scanmesh::count_live(mesh.vertex.records);
 }
@@ -136,18 +103,6 @@ TEST(Stitching, a_disabled_one_leaves_the_meshes_as_they_are) {
     EXPECT_EQ(snapshot(*mesh), before);
     EXPECT_EQ(snapshot(*other), before_other);
   }
-}
-
-TEST(Stitching, the_other_mesh_is_known_even_when_disabled) {
-  const auto mesh = seam_mesh(4, 1.5F, 4);
-  mesh->setResolutionParam({4, 1, false});
-  Mesh target;
-  XBallPivoting ball;
-  const Captured output;
-  ball.stitchMesh(*mesh, target);
-  EXPECT_EQ(ball.face_store, &target.face);
-  EXPECT_EQ(ball.vert_store, &target.vertex);
-  EXPECT_EQ(ball.edge_store, &target.edge);
 }
 
 TEST(Stitching, both_ratios_are_open_ranges) {
@@ -289,17 +244,6 @@ TEST(Stitching, by_copy_states_are_default_and_the_hole_finder_knows_the_mesh) {
   }
 }
 
-TEST(Stitching, the_source_is_freed) {
-  const auto mesh = seam_mesh(4, 1.5F, 10);
-  mesh->build_hole();
-  Mesh target;
-  stitched(2, *mesh, target);
-  EXPECT_EQ(mesh->vertex.records.block, nullptr);
-  EXPECT_EQ(mesh->face.real_num, 0);
-  EXPECT_EQ(mesh->get_hole_num(), 0);
-  EXPECT_EQ(target.face.real_num, target.face.get_real_facenum());
-}
-
 TEST(Stitching, all_borders_go_by_copy_and_the_seam_s_band_in_place) {
   const auto kept = [](int form) {
     const auto mesh = seam_mesh(4, 1.5F, 11);
@@ -325,116 +269,6 @@ TEST(Stitching, all_borders_go_by_copy_and_the_seam_s_band_in_place) {
     const auto [before, after] = kept(form);
     EXPECT_EQ(before.size() - after.size(), static_cast<unsigned>(form == 0 ? near : near_seam));
   }
-}
-
-TEST(Stitching, the_band_in_place_goes_whatever_bit_0x20_says) {
-  const auto mesh = flat_grid(6, 1).mesh();
-  for (int i = 0; i < mesh->vertex.get_vertnum(); ++i) mesh->vertex[i]->tag = 0xA0;
-  mesh->setResolutionParam({0, 0, true});
-  Mesh unused;
-  stitched(1, *mesh, unused);
-  // Only what is two rings away from the rim is left.
-  EXPECT_EQ(mesh->face.real_num, 8);
-}
-
-TEST(Stitching, a_vertex_that_lost_its_faces_goes_on_in_a_fresh_record) {
-  const auto mesh = seam_mesh(4, 1.5F, 12);
-  ReferenceStitching plain(*mesh);
-  plain.in_place();
-  ASSERT_GT(plain.lost.size(), 0U);
-  std::vector<Vec3f> places;
-  for (const int v : plain.lost) places.push_back(mesh->vertex[v]->point);
-  const int before = mesh->vertex.get_vertnum();
-  XBallPivoting ball;
-  const Captured output;
-  ball.stitchMesh(*mesh);
-  std::size_t i = 0;
-  for (const int v : plain.lost) {
-    EXPECT_EQ(mesh->vertex[v]->state, Mesh_R::kStateDeleted);
-    // A node has its place, in a record behind the old ones.
-    const Vec3f& place = places[i++];
-    const auto found = std::find_if(ball.nodes.begin(), ball.nodes.end(), [&](const auto& node) {
-      return node.vert->point.x == place.x && node.vert->point.y == place.y;
-    });
-    ASSERT_NE(found, ball.nodes.end());
-    EXPECT_GE(mesh->vertex.get_vert_no(found->vert), before);
-    EXPECT_EQ(found->vert->index, found - ball.nodes.begin());
-  }
-  for (std::size_t k = 0; k < ball.nodes.size(); ++k) {
-    EXPECT_EQ(ball.nodes[k].vert->index, static_cast<int>(k));
-  }
-}
-
-TEST(Stitching, seam_radii_apply_even_when_no_edge_is_split) {
-  const double fourfold[5] = {0.2, 0.35, 0.5, 0.8, 1.1};
-  const double eightfold[5] = {0.1, 0.3, 0.5, 0.8, 1.1};
-  const double settled[5] = {0.3, 0.7, 1, 1.5, 2};
-  for (const float fine : {1.0F, 0.5F, 0.7F}) {
-    for (const int form : {1, 2}) {
-      const auto mesh = flat_grid(4, 4).mesh();  // no tags at all
-      mesh->setResolutionParam({4, fine, true});
-      Mesh target;
-      XBallPivoting ball;
-      const Captured output;
-      if (form == 1) {
-        ball.stitchMesh(*mesh);
-      } else {
-        ball.stitchMesh(*mesh, target);
-      }
-      const double* const expected = fine == 1.0F ? fourfold : fine == 0.5F ? eightfold : settled;
-      for (int i = 0; i < 5; ++i) {
-        EXPECT_DOUBLE_EQ(ball.radius[i], expected[i] * 6);
-        EXPECT_EQ(ball.radius_sq[i], ball.radius[i] * ball.radius[i]);
-      }
-      EXPECT_EQ(ball.max_dist, fine == 0.7F ? 24 : 12);
-    }
-  }
-}
-
-TEST(Stitching, a_tip_adds_a_midpoint_only_with_two_open_edges) {
-  // One open edge per face of a strip of two, and a face on its own with three.
-  const auto added = [](const Soup& soup, float fine) {
-    const auto mesh = soup.mesh();
-    for (int i = 0; i < mesh->vertex.get_vertnum(); ++i) mesh->vertex[i]->tag = 0xA0;
-    mesh->setResolutionParam({4, fine, true});
-    const int before = mesh->vertex.get_vertnum();
-    XBallPivoting ball;
-    const Captured output;
-    ball.stitchMesh(*mesh);
-    return static_cast<int>(ball.nodes.size()) - before;
-  };
-  EXPECT_EQ(added(single_triangle(), 1), 0);
-  const Soup pair = flat_grid(1, 1);  // two open edges each
-  EXPECT_EQ(added(pair, 1), 2);
-  EXPECT_EQ(added(pair, 0.5F), 2);
-  EXPECT_EQ(added(pair, 0.7F), 0);
-  EXPECT_EQ(added(tetrahedron(), 1), 0);
-}
-
-TEST(Stitching, in_place_says_what_it_does) {
-  const auto mesh = seam_mesh(4, 1.5F, 13);
-  XBallPivoting ball;
-  Captured output;
-  ball.stitchMesh(*mesh);
-  EXPECT_THAT(output.text(),
-              testing::MatchesRegex("res_param:4 1\nsplit num:0\npoints_all.size\\(\\)=0\n"
-                                    "prepare data: [0-9]+\nQQ.size\\(\\): [0-9]+\n"
-                                    "KD-Tree initialize Time: [0-9]+\nBPA: [0-9]+\n"));
-}
-
-TEST(Stitching, into_another_mesh_says_what_it_does) {
-  const auto mesh = seam_mesh(4, 1.5F, 13);
-  ReferenceStitching plain(*mesh);
-  plain.into_another();
-  Mesh target;
-  XBallPivoting ball;
-  Captured output;
-  ball.stitchMesh(*mesh, target);
-  EXPECT_THAT(
-      output.text(),
-      testing::MatchesRegex("res_param:4 1\nnum_ttt:0\nsplit num:" + std::to_string(plain.samples) +
-                            "\nprepare data: [0-9]+\n"
-                            "KD-Tree initialize Time: [0-9]+\nBPA: [0-9]+\n"));
 }
 
 TEST(Stitching, without_an_open_edge_among_the_kept_faces_point_0_is_no_seed) {
