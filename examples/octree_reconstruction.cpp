@@ -39,13 +39,23 @@ demo::SampleScanSettings part_settings(double half) {
   return settings;
 }
 
-// The points of an STL file's own surface, one or two to a cell.
+// The points of an STL file's own surface, one or two to a cell: a quarter of it at twice the
+// resolution, with markers laid on it.
 bool load(const std::string& path, Input& input) {
   std::vector<demo::Triangle> triangles;
   if (!demo::read_stl(path, triangles)) return false;
   const demo::Surface surface = demo::weld(triangles);
   if (!(input.half > 0)) input.half = 0.5 * demo::mean_edge_length(surface);
+  input.levels = 1;
   input.scan = demo::samples_of(surface, input.half);
+  demo::Vec3 low = surface.points.front();
+  demo::Vec3 high = low;
+  for (const demo::Vec3& p : surface.points) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+  }
+  demo::refine_region(input.scan, surface, input.half, high, 0.5 * demo::distance(low, high));
+  demo::lay_markers(input.scan, 6, 3, 11);
   return true;
 }
 

@@ -6,7 +6,17 @@
 #include <limits>
 #include <vector>
 
+#include "core/platform.h"
 #include "octree/cell_walk.h"
+
+namespace scanmesh {
+
+// More than processors, since a search waits for memory most of the time.
+inline int field_workers() {
+  return 4 * processor_count();
+}
+
+}  // namespace scanmesh
 
 struct Oct_tree_Tri::FieldBuild {
   // A coarse sample that was told of a finer voxel in a slot.

@@ -97,7 +97,12 @@ Oct_tree_Triangulation* Oct_tree_Tri::oct_insert(float* point, void* normal, flo
     grow_when_full(leaves, 2);
   } else if (place.node->status == kOctMarker) {
     // The node keeps the marker's tag, and hosts that watch the capacity see it grow on the other
-    // route only. Cells below a marker are lost: a leaf's links are its corners.
+    // route only. Samples below a marker are lost, and leave empty entries: a leaf's links are its
+    // corners.
+    scanmesh::visit_leaves(place.node, [this](const OctNode* leaf) {
+      if (scanmesh::is_sample(leaf)) leaves.data[leaf->index] = nullptr;
+      return true;
+    });
     std::fill_n(place.node->link, scanmesh::kCellChildren, nullptr);
     become_sample(place.node, point, normal, status);
   }

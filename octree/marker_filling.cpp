@@ -118,7 +118,8 @@ void MarkerFilling::reserve_normals() {
   first_normal_ = tree_.fill_normals.size();
   for (int i = 0; i < added; ++i) {
     tree_.fill_normals.allocate_mem() = {0, 0, 0};
-    marker_normals_.push_back(tree_.leaves.data[tree_.fill_start + i]->data);
+    const OctNode* const leaf = tree_.leaves.data[tree_.fill_start + i];
+    marker_normals_.push_back(leaf != nullptr ? leaf->data : nullptr);
   }
 }
 
@@ -135,6 +136,7 @@ void MarkerFilling::renew_normals(Fill_marker_Param& worker) const {
   };
   for (int i = worker.begin; i < worker.end; ++i) {
     OctNode* const leaf = tree_.leaves.data[i];
+    if (leaf == nullptr) continue;
     const Vec3f normal = refit_sample(tree_, leaf, normal_at).normal;
     Point3fv& kept = tree_.fill_normals[first_normal_ + i - tree_.fill_start];
     kept = {normal.x, normal.y, normal.z};
@@ -179,7 +181,7 @@ void MarkerFilling::replace(OctNode* leaf, const Point3fv& normal, const Point3f
   // The last one, as a rule the one just inserted, takes the place.
   OctNode* const last = leaves.data[--leaves.count];
   leaves.data[place] = last;
-  last->index = place;
+  if (last != nullptr) last->index = place;
   leaf->index = kVirtualVoxel;
   leaf->flag = 0;
 }

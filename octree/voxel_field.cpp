@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "core/parallel.h"
-#include "core/platform.h"
 #include "octree/cell_walk.h"
 #include "octree/field_build.h"
 #include "octree/octree_cells.h"
@@ -26,7 +25,6 @@ using scanmesh::OctNode;
 constexpr int kRealChunk = 2000000;
 // Virtual voxels are only linked, which no chunk can see of another: small tables stay in cache.
 constexpr int kVirtualChunk = 65536;
-constexpr int kWorkersPerProcessor = 4;
 constexpr double kZeroValue = 0.0001;
 
 // Work on one chunk of a list.
@@ -321,7 +319,7 @@ void Oct_tree_Tri::link_virtual_voxels(const FieldBuild& build) {
 
 void Oct_tree_Tri::oct_build_voxel_Architecture() {
   FieldBuild build;
-  build.workers = scanmesh::processor_count() * kWorkersPerProcessor;
+  build.workers = scanmesh::field_workers();
   build.real_chunk = kRealChunk;
   build.virtual_chunk = kVirtualChunk;
   build_field(build);

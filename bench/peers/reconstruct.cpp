@@ -37,7 +37,8 @@ peers::OrientedPoints oriented(const peers::IndexedMesh& mesh) {
     const float length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
     for (int k = 0; k < 3 && length > 0; ++k) n[k] /= length;
   }
-  cloud.spacing = static_cast<float>(edges / std::fmax(1, mesh.corners.size() / 3.0));
+  cloud.spacing =
+      static_cast<float>(edges / std::fmax(1.0, static_cast<double>(mesh.corners.size()) / 3));
   return cloud;
 }
 

@@ -38,6 +38,16 @@ bool meets(const Solid& solid, Vec3 p, const Vec3& along, double length, Vec3& h
   return false;
 }
 
+// What lies under a marker isn't seen.
+void drop_hidden(SampleScan& scan) {
+  const auto hidden = [&](const OrientedSample& s) {
+    return std::any_of(scan.markers.begin(), scan.markers.end(),
+                       [&](auto& m) { return distance(m.centre, s.point) <= m.radius; });
+  };
+  scan.samples.erase(std::remove_if(scan.samples.begin(), scan.samples.end(), hidden),
+                     scan.samples.end());
+}
+
 class Scanner {
  public:
   Scanner(const Solid& solid, const SampleScanSettings& settings)
@@ -99,8 +109,7 @@ class Scanner {
     return length(way - view * dot(way, view)) < settings_.fine_radius;
   }
 
-  // On flat enough places that keep clear of one another and of the seam between resolutions. What
-  // lies under a marker isn't seen.
+  // On flat enough places that keep clear of one another and of the seam between resolutions.
   void place_markers() {
     const double radius = settings_.marker_radius;
     constexpr int kTries = 4000;
@@ -116,12 +125,7 @@ class Scanner {
       if (!room || !is_flat(centre, 2 * radius)) continue;
       scan_.markers.push_back({centre, solid_.normal(centre), radius, at.half});
     }
-    const auto hidden = [&](const OrientedSample& s) {
-      return std::any_of(scan_.markers.begin(), scan_.markers.end(),
-                         [&](auto& m) { return distance(m.centre, s.point) <= m.radius; });
-    };
-    scan_.samples.erase(std::remove_if(scan_.samples.begin(), scan_.samples.end(), hidden),
-                        scan_.samples.end());
+    drop_hidden(scan_);
   }
 
   bool is_flat(const Vec3& centre, double reach) const {
@@ -159,6 +163,36 @@ SampleScan samples_of(const Surface& surface, double half) {
     scan.samples.push_back({surface.points[i], normals[i], half});
   }
   return scan;
+}
+
+void refine_region(SampleScan& scan, const Surface& surface, double half, const Vec3& centre,
+                   double radius) {
+  const auto inside = [&](const OrientedSample& s) { return distance(s.point, centre) < radius; };
+  scan.samples.erase(std::remove_if(scan.samples.begin(), scan.samples.end(), inside),
+                     scan.samples.end());
+  Surface finer = surface;
+  split_faces(finer, 1);
+  for (const OrientedSample& s : samples_of(finer, half / 2).samples) {
+    if (inside(s)) scan.samples.push_back(s);
+  }
+}
+
+void lay_markers(SampleScan& scan, int count, double radius, std::uint64_t seed) {
+  constexpr int kTries = 500;
+  Random random(seed);
+  const auto most = static_cast<std::size_t>(std::max(count, 0));
+  for (int i = 0; i < kTries && scan.markers.size() < most && !scan.samples.empty(); ++i) {
+    const OrientedSample at = scan.samples[random.below(scan.samples.size())];
+    const bool room = std::all_of(scan.markers.begin(), scan.markers.end(), [&](auto& m) {
+      return distance(m.centre, at.point) > 5 * radius;
+    });
+    const bool flat = room && std::all_of(scan.samples.begin(), scan.samples.end(), [&](auto& s) {
+                        if (distance(s.point, at.point) > 2.5 * radius) return true;
+                        return dot(s.normal, at.normal) > 0.8 && s.half == at.half;
+                      });
+    if (flat) scan.markers.push_back({at.point, at.normal, radius, at.half});
+  }
+  drop_hidden(scan);
 }
 
 }  // namespace demo

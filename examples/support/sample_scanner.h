@@ -50,6 +50,14 @@ SampleScan scan_solid(const Solid& solid, const SampleScanSettings& settings);
 /// The points of a triangle surface with their normals, as samples of one resolution.
 SampleScan samples_of(const Surface& surface, double half);
 
+/// Within a ball the points of the surface with its faces split in four, at half the cell size.
+void refine_region(SampleScan& scan, const Surface& surface, double half, const Vec3& centre,
+                   double radius);
+
+/// Lays round markers on flat places of a scan, clear of one another and of the seam between
+/// resolutions, and drops the samples under them. Where there is no room left there are fewer.
+void lay_markers(SampleScan& scan, int count, double radius, std::uint64_t seed);
+
 }  // namespace demo
 
 #endif  // SCANMESH_EXAMPLES_SUPPORT_SAMPLE_SCANNER_H

@@ -130,4 +130,49 @@ TEST(SampleScanner, points_of_a_surface_become_samples_with_its_normals) {
   EXPECT_TRUE(scan.markers.empty());
 }
 
+// A flat square of n x n cells of edge 1.
+demo::Surface square(int n) {
+  demo::Surface s;
+  for (int j = 0; j <= n; ++j) {
+    for (int i = 0; i <= n; ++i) s.points.push_back({1.0 * i, 1.0 * j, 0});
+  }
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < n; ++i) {
+      const int a = j * (n + 1) + i;
+      s.faces.push_back({a, a + 1, a + n + 2});
+      s.faces.push_back({a, a + n + 2, a + n + 1});
+    }
+  }
+  return s;
+}
+
+TEST(SampleScanner, refined_region_has_four_times_the_points_at_half_the_size) {
+  const demo::Surface surface = square(20);
+  demo::SampleScan scan = demo::samples_of(surface, 0.5);
+  demo::refine_region(scan, surface, 0.5, {0, 0, 0}, 10.2);
+  int fine = 0;
+  for (const demo::OrientedSample& s : scan.samples) {
+    EXPECT_EQ(s.half, demo::length(s.point) < 10.2 ? 0.25 : 0.5);
+    EXPECT_EQ(s.normal.z, 1);
+    fine += s.half == 0.25;
+  }
+  // A quarter of a disc, at four points per unit of area.
+  EXPECT_NEAR(fine, 3.14159 * 10.2 * 10.2, 40);
+}
+
+TEST(SampleScanner, markers_are_laid_on_flat_places_only) {
+  demo::SampleScan scan = demo::samples_of(square(30), 0.5);
+  for (demo::OrientedSample& s : scan.samples) {
+    if (s.point.x > 15) s.normal = {1, 0, 0};
+  }
+  demo::lay_markers(scan, 4, 2, 3);
+  EXPECT_GE(scan.markers.size(), 2U);
+  for (const demo::MarkerDisc& m : scan.markers) {
+    EXPECT_GE(std::fabs(m.centre.x - 15.5), 4);
+    for (const demo::OrientedSample& s : scan.samples) {
+      EXPECT_GT(demo::distance(s.point, m.centre), 2);
+    }
+  }
+}
+
 }  // namespace

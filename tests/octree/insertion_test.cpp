@@ -209,6 +209,8 @@ TEST(OctreeMarkers, coarser_sample_takes_a_marker_over_and_loses_what_was_below_
   EXPECT_EQ(below->parent->parent, node);
   EXPECT_EQ(tree.sample({1.5F, 1.5F, 1.5F}, 1), node);
   for (const OctNode* link : node->link) EXPECT_EQ(link, nullptr);
+  EXPECT_EQ(tree->leaves.data[0], nullptr);
+  EXPECT_EQ(tree->leaves.data[1], node);
 }
 
 TEST(OctreeMarkers, marker_that_meets_a_sample_has_no_entry_in_any_store) {

@@ -339,10 +339,28 @@ TEST(MeshSplit, lone_split_cell_without_a_rim_yields_nothing) {
   mc.insert_data(p.data(), normal.data(), 1, 0);
   mc.tree.leaves.data[0]->status = 3;
   mc.mc_triangulation();
-  // The virtual voxels around it have no triangles of their own over its wall but along its sides.
-  for (int i = 0; i < mc.facet_slot; ++i) {
-    EXPECT_FALSE(std::isnan(mc.facet_blocks[0][i].normal.x));
+  // The virtual voxels around it share four corners, two of them below: they have no triangles.
+  EXPECT_EQ(mc.facet_slot, 0);
+  mc.free_mem();
+}
+
+TEST(MeshSplit, takes_no_more_fine_leaves_than_the_list_holds) {
+  // One coarse cell beside a slab of 128 x 128 fine ones.
+  MC_Triangulation mc;
+  Floats centre = {0, 0, 0};
+  Floats normal = {0, 0, 1};
+  mc.inalize(centre.data(), 20000, 8, 7, 1);
+  for (int i = 0; i < 128; ++i) {
+    for (int j = 0; j < 128; ++j) {
+      Floats p = {(static_cast<float>(i) + 0.5F) / 64, (static_cast<float>(j) + 0.5F) / 64, 0.505F};
+      mc.insert_data(p.data(), normal.data(), 1.0F / 128, 0);
+    }
   }
+  Floats p = {-1, 1, 0.5F};
+  mc.insert_data(p.data(), normal.data(), 1, 0);
+  ASSERT_EQ(mc.tree.leaves.count, 128 * 128 + 1);
+  mc.mc_triangulation();
+  EXPECT_GT(mc.facet_slot + 100000 * mc.facet_block, 2 * 128 * 128);
   mc.free_mem();
 }
 

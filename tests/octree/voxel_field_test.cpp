@@ -238,6 +238,10 @@ TEST(VoxelField, is_the_same_for_every_number_of_workers) {
   }
 }
 
+TEST(VoxelField, workers_are_four_per_processor) {
+  EXPECT_EQ(scanmesh::field_workers(), 4 * scanmesh::processor_count());
+}
+
 TEST(VoxelField, in_several_chunks_takes_earlier_virtual_voxels_as_they_are) {
   const vector<Sample> samples = test_support::rough_sheet(2500, 51, 0.125F);
   TestTree tree(8, 0.5F, 2);
