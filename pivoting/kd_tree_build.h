@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "pivoting/kd_limits.h"
+#include "pivoting/lanes.h"
 #include "scanmesh/kd_tree.h"
 
 namespace KdT {
@@ -97,22 +98,21 @@ class KdTree<T, D>::Builder {
 
   // Deviations are taken from the first point, which is near enough to the mean for the sums.
   static Extent measure(const Item* items, int count) {
+    const scanmesh::PointSums<D> sums = sums_of(items, count);
     Extent extent;
-    double sum[D] = {};
-    double squares[D] = {};
-    for (int d = 0; d < D; ++d) extent.low[d] = extent.high[d] = items[0].at[d];
-    for (int i = 1; i < count; ++i) {
-      for (int d = 0; d < D; ++d) {
-        const float at = items[i].at[d];
-        const double deviation = static_cast<double>(at) - items[0].at[d];
-        sum[d] += deviation;
-        squares[d] += deviation * deviation;
-        extent.low[d] = at < extent.low[d] ? at : extent.low[d];
-        extent.high[d] = at > extent.high[d] ? at : extent.high[d];
-      }
+    for (int d = 0; d < D; ++d) {
+      extent.low[d] = sums.low[d];
+      extent.high[d] = sums.high[d];
+      extent.spread[d] = sums.squares[d] - sums.sum[d] * sums.sum[d] / count;
     }
-    for (int d = 0; d < D; ++d) extent.spread[d] = squares[d] - sum[d] * sum[d] / count;
     return extent;
+  }
+
+  static scanmesh::PointSums<D> sums_of(const Item* items, int count) {
+#if defined(__SSE2__)
+    if constexpr (D == 3) return scanmesh::sums_of_three(items, count);
+#endif
+    return scanmesh::sums_of<D>(items, count);
   }
 
   // A later dimension wins only when strictly wider.
@@ -125,7 +125,9 @@ class KdTree<T, D>::Builder {
   }
 
   // What isn't a number counts as above all numbers, so that there is an order at all.
-  static bool lies_below(float a, float b) { return a < b || (a == a && b != b); }
+  static bool lies_below(float a, float b) {
+    return a < b || (a == a && b != b);
+  }
 
   // Position of an element of that rank, counted from 1, on the dimension.
   int select(const Item* items, int count, int dim, float low, float high, int rank) {

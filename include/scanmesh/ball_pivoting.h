@@ -127,6 +127,7 @@ class SCANMESH_API Ball_Pivoting {
 
   bool FindSeed(T_node* node, Mesh_R::_face*& out);
   bool FindPlace(Mesh_R::_edge* edge, Mesh_R::_vert*& out, MemS::Point3v<float>& normal);
+  // NOLINTNEXTLINE(bugprone-reserved-identifier): the name that it has always had
   void _FindPlace(std::vector<Mesh_R::_edge*>* edges, const int* start, const int* end,
                   std::vector<Mesh_R::_vert*>* results, Semap::Semaphore* ready,
                   Semap::Semaphore* go_on, std::vector<MemS::Point3v<float>>* normals);

@@ -87,6 +87,7 @@ class SCANMESH_API XBallPivoting {
 
   bool FindSeed(XNode* node, Mesh_R::_face*& out, int task);
   bool FindPlace(Mesh_R::_edge* edge, Mesh_R::_vert*& out, MemS::Point3v<float>& normal, int task);
+  // NOLINTNEXTLINE(bugprone-reserved-identifier): the name that it has always had
   void _FindPlace(std::vector<Mesh_R::_edge*>* edges, const int* start, const int* end,
                   std::vector<Mesh_R::_vert*>* results, std::vector<MemS::Point3v<float>>* normals,
                   int task);

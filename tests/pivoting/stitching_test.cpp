@@ -105,6 +105,17 @@ TEST(Stitching, a_disabled_one_leaves_the_meshes_as_they_are) {
   }
 }
 
+TEST(Stitching, nothing_is_reported) {
+  const auto mesh = seam_mesh(4, 1.5F, 15);
+  int reports = 0;
+  Ball_Pivoting ball;
+  ball.setProcessStepCallback([&](qv::alg::ProcessStepInfoType&) { return ++reports; });
+  ball.stitchMesh(*mesh);
+  EXPECT_GT(ball.face_store.real_num, 100);
+  EXPECT_EQ(reports, 0);
+  ball.free();
+}
+
 TEST(Stitching, both_ratios_are_open_ranges) {
   using scanmesh::Seam;
   const auto seam = [](float coarse, float fine) {
