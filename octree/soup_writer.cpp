@@ -39,26 +39,26 @@ void MC_Triangulation::cut_off(float* point) {
 void MC_Triangulation::mc_output_data(const char* file) {
   const std::unique_ptr<FILE, CloseFile> out(
       std::fopen(file != nullptr ? file : "Testdif.stl", "wb"));
-  if (out != nullptr) {
-    char header[kHeaderBytes] = {};
-    std::snprintf(header, sizeof(header), "%s", kHeader);
-    std::fwrite(header, 1, sizeof(header), out.get());
-    const int32_t count = header_count(facet_slot, facet_block);
-    std::fwrite(&count, sizeof(count), 1, out.get());
-    std::vector<char> records;
-    for (int b = 0; facet_blocks != nullptr && b <= facet_block; ++b) {
-      records.clear();
-      const int facets = b == facet_block ? facet_slot : kFacetBlock;
-      for (T_F* facet = facet_blocks[b]; facet != facet_blocks[b] + facets; ++facet) {
-        if (std::isnan(facet->normal.x)) continue;
-        for (Point3fv& vertex : facet->vertex) cut_off(&vertex.x);
-        const std::size_t at = records.size();
-        records.resize(at + kRecordBytes, 0);
-        std::memcpy(records.data() + at, facet, sizeof(T_F));
-      }
-      if (!records.empty()) std::fwrite(records.data(), 1, records.size(), out.get());
+  // The facets are all that is left of the scan: they stay for another try.
+  if (out == nullptr) return;
+  char header[kHeaderBytes] = {};
+  std::snprintf(header, sizeof(header), "%s", kHeader);
+  std::fwrite(header, 1, sizeof(header), out.get());
+  const int32_t count = header_count(facet_slot, facet_block);
+  std::fwrite(&count, sizeof(count), 1, out.get());
+  std::vector<char> records;
+  for (int b = 0; facet_blocks != nullptr && b <= facet_block; ++b) {
+    records.clear();
+    const int facets = b == facet_block ? facet_slot : kFacetBlock;
+    for (T_F* facet = facet_blocks[b]; facet != facet_blocks[b] + facets; ++facet) {
+      if (std::isnan(facet->normal.x)) continue;
+      for (Point3fv& vertex : facet->vertex) cut_off(&vertex.x);
+      const std::size_t at = records.size();
+      records.resize(at + kRecordBytes, 0);
+      std::memcpy(records.data() + at, facet, sizeof(T_F));
     }
-    std::fflush(out.get());
+    if (!records.empty()) std::fwrite(records.data(), 1, records.size(), out.get());
   }
+  std::fflush(out.get());
   free_mem();
 }

@@ -52,7 +52,8 @@ class SCANMESH_API MC_Triangulation {
   void mc_triangulation();
   /// Writes the facets as binary STL, coordinates cut to three decimals, and releases them. The
   /// count in the header stands below the number of facets by 1, or by 100001 where there is more
-  /// than one block. Null for "Testdif.stl" in the working directory.
+  /// than one block. Null for "Testdif.stl" in the working directory. A path that can't be opened
+  /// leaves the facets where they are.
   void mc_output_data(const char* file);
   /// Rounds a point to three decimals, negative coordinates towards zero.
   void cut_off(float* point);

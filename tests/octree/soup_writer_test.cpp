@@ -95,11 +95,15 @@ TEST(SoupWriter, without_a_path_writes_to_the_working_directory) {
   std::filesystem::remove_all(folder);
 }
 
-TEST(SoupWriter, file_that_cannot_be_opened_is_passed_over) {
+TEST(SoupWriter, path_that_cannot_be_opened_leaves_the_facets_for_another_try) {
   MC_Triangulation mc;
   mc.facet_blocks = new T_F*[1000]();
   *mc.allocate_mem() = T_F{{0, 0, 1}, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}};
   mc.mc_output_data("/nowhere/at/all.stl");
+  EXPECT_EQ(mc.facet_slot, 1);
+  const std::string path = test_support::temp_path("again.stl");
+  mc.mc_output_data(path.c_str());
+  EXPECT_EQ(test_support::bytes_of_file(path).size(), 84u + 50u);
   EXPECT_EQ(mc.facet_blocks, nullptr);
 }
 
