@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <vector>
 
 #include "scanmesh/mesh.h"
 #include "tests/support/invariants.h"
+#include "tests/support/live_geometry.h"
 #include "tests/support/shapes.h"
 
 namespace {
@@ -15,57 +15,6 @@ using namespace test_support;
 using Mesh_M::Mesh;
 using Mesh_R::_face;
 using Mesh_R::_vert;
-
-// What undo must give back, in a form that doesn't depend on numbers or on the order of records:
-// faces as corner positions from the least corner on, in order of turn, and the boundary likewise.
-struct Geometry {
-  std::vector<std::array<float, 9>> faces;
-  std::vector<std::array<float, 6>> boundary;
-  int vertices = 0;
-  bool operator==(const Geometry& o) const {
-    return faces == o.faces && boundary == o.boundary && vertices == o.vertices;
-  }
-};
-
-std::array<float, 3> place(const _vert* v) {
-  return {v->point.x, v->point.y, v->point.z};
-}
-
-Geometry geometry(Mesh& mesh) {
-  Geometry result;
-  for (int i = 0; i < mesh.face.get_facenum(); ++i) {
-    const _face* const f = mesh.face[i];
-    if (f->state == Mesh_R::kStateDeleted) continue;
-    std::array<std::array<float, 3>, 3> c = {place(f->vert[0]), place(f->vert[1]),
-                                             place(f->vert[2])};
-    std::rotate(c.begin(), std::min_element(c.begin(), c.end()), c.end());
-    std::array<float, 9> flat{};
-    for (std::size_t k = 0; k < 9; ++k) flat[k] = c[k / 3][k % 3];
-    result.faces.push_back(flat);
-  }
-  for (int i = 0; i < mesh.edge.get_edgenum(); ++i) {
-    const Mesh_R::_edge* const e = mesh.edge[i];
-    if (e->state == Mesh_R::kStateDeleted || e->face_num != 1) continue;
-    std::array<float, 3> low = place(e->vert[0]);
-    std::array<float, 3> high = place(e->vert[1]);
-    if (high < low) std::swap(low, high);
-    result.boundary.push_back({low[0], low[1], low[2], high[0], high[1], high[2]});
-  }
-  std::sort(result.faces.begin(), result.faces.end());
-  std::sort(result.boundary.begin(), result.boundary.end());
-  for (int i = 0; i < mesh.vertex.get_vertnum(); ++i) {
-    result.vertices += mesh.vertex[i]->state != Mesh_R::kStateDeleted;
-  }
-  return result;
-}
-
-std::vector<_face*> live_faces(Mesh& mesh) {
-  std::vector<_face*> faces;
-  for (int i = 0; i < mesh.face.get_facenum(); ++i) {
-    if (mesh.face[i]->state != Mesh_R::kStateDeleted) faces.push_back(mesh.face[i]);
-  }
-  return faces;
-}
 
 TEST(Undo, snapshot_of_two_faces_with_a_common_edge_has_four_corners) {
   const auto mesh = flat_grid(1, 1).mesh();
