@@ -8,7 +8,9 @@ target_compile_options(scanmesh_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion>)
 # GCC joins x and y into one vector and then drops a rounding to float between two conversions, as in
 # double(float(x / n)) * s: sums would come out otherwise in x and y than in z.
-target_compile_options(scanmesh_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
+# A target that has no floats at all says so by SCANMESH_ALL_DOUBLE.
+target_compile_options(scanmesh_flags INTERFACE
+  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<BOOL:$<TARGET_PROPERTY:SCANMESH_ALL_DOUBLE>>>>:-fno-tree-slp-vectorize>)
 # Exported functions call one another directly, and may be inlined: nobody replaces them at load time.
 target_compile_options(scanmesh_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
 
