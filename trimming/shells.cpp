@@ -81,7 +81,7 @@ class ArrayIndex {
 };
 
 // A neighbour outside the array enters as index 0, so that the walk goes on from the array's first
-// face, and it keeps its mark: hosts pass whole selections and read such marks as their rim.
+// face, and it keeps its mark. Hosts rely on the clusters that come of it.
 std::vector<int> flood_in_array(_face** faces, int seed, ArrayIndex& index) {
   std::vector<int> cluster{seed};
   scanmesh::flip_state(faces[seed]);
