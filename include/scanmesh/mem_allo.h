@@ -17,6 +17,21 @@
 #include <sys/mman.h>
 #endif
 
+// Large blocks straight from the system, but not under AddressSanitizer, which watches over what
+// comes from malloc only.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define SCANMESH_MAPS_BLOCKS 0
+#endif
+#endif
+#if !defined(SCANMESH_MAPS_BLOCKS)
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+#define SCANMESH_MAPS_BLOCKS 1
+#else
+#define SCANMESH_MAPS_BLOCKS 0
+#endif
+#endif
+
 namespace MemS {
 
 /// Makes the pages of a stretch of memory resident in one go where the system can: a page fault
@@ -124,15 +139,17 @@ class MemAllo {
     if constexpr (!std::is_trivially_destructible_v<T>) {
       for (int32_t i = 0, n = header(elements)->constructed; i < n; ++i) elements[i].~T();
     }
-    std::free(header(elements));
+    give_back(header(elements));
   }
 
  private:
   struct alignas(std::max_align_t) Header {
     int32_t constructed;
-    int32_t touched;  // elements whose pages were made resident ahead
+    int32_t touched;     // elements whose pages were made resident ahead
+    std::size_t mapped;  // bytes from the system; 0 for a block from malloc
   };
   static_assert(alignof(T) <= alignof(Header), "elements follow the header directly");
+  static constexpr bool kMaps = SCANMESH_MAPS_BLOCKS != 0;
   // Blocks from here on are mapped afresh, page by page.
   static constexpr std::size_t kMappedBytes = std::size_t{1} << 20;
   // How far ahead of its elements a block is made resident at most.
@@ -151,13 +168,39 @@ class MemAllo {
 
   T* new_block() const {
     const std::size_t bytes = sizeof(Header) + static_cast<std::size_t>(block_size) * sizeof(T);
-    // A large request is mapped, not touched: pages become resident as elements are handed out.
-    void* const raw = std::malloc(bytes);
+    const bool mapped = kMaps && bytes >= kMappedBytes;
+    void* const raw = mapped ? map(bytes) : std::malloc(bytes);
     if (raw == nullptr) throw std::bad_alloc();
     static_cast<Header*>(raw)->constructed = 0;
     static_cast<Header*>(raw)->touched = bytes < kMappedBytes ? block_size : 0;
+    static_cast<Header*>(raw)->mapped = mapped ? bytes : 0;
     return reinterpret_cast<T*>(static_cast<char*>(raw) + sizeof(Header));
   }
+
+  // A large block comes from the system and goes back there, so that a host has the memory of a
+  // scan again once it is closed: malloc would keep it in its heap. Its pages become resident as
+  // elements are handed out.
+#if defined(__linux__)
+  static void* map(std::size_t bytes) {
+    void* const raw =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return raw == MAP_FAILED ? nullptr : raw;
+  }
+  static void give_back(Header* block) {
+    if (block->mapped != 0) {
+      munmap(block, block->mapped);
+    } else {
+      std::free(block);
+    }
+  }
+#else
+  static void* map(std::size_t bytes) {
+    return std::malloc(bytes);
+  }
+  static void give_back(Header* block) {
+    std::free(block);
+  }
+#endif
 
   T* current_block() {
     if (block_no == block_capacity) grow_table();

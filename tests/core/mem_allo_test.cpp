@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace {
@@ -148,5 +149,22 @@ TEST(MemAllo, holds_arrays_of_three_floats) {
   EXPECT_EQ(array[24][2], 24.0F);
   array.free();
 }
+
+#if SCANMESH_MAPS_BLOCKS
+// A large block that went back to malloc would stay in the process, with all its pages.
+TEST(MemAllo, free_gives_a_large_block_back_to_the_system) {
+  MemAllo<int> array;
+  array.inalize(1 << 20, 2);
+  for (int i = 0; i < 1 << 20; ++i) array.allocate_mem() = i;
+  constexpr std::uintptr_t kPage = 4096;
+  void* const page =
+      reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(&array[1 << 19]) & ~(kPage - 1));
+  unsigned char resident = 0;
+  ASSERT_EQ(mincore(page, kPage, &resident), 0);
+  EXPECT_EQ(resident & 1, 1);
+  array.free();
+  EXPECT_EQ(mincore(page, kPage, &resident), -1) << "still mapped";
+}
+#endif
 
 }  // namespace
