@@ -8,14 +8,14 @@
 set -euo pipefail
 
 packages=(cmake make g++ ccache libeigen3-dev libopencv-core-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcgal-demo)
+          libbenchmark-dev libcgal-demo pkg-config dpkg-dev file)
 for option in "$@"; do
   case "$option" in
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
     --windows) packages+=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev) ;;
     --render) packages+=(povray) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
-                        libassimp-dev pkg-config) ;;
+                        libassimp-dev) ;;
     *) echo "setup.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done
