@@ -19,7 +19,10 @@ while [[ $# -gt 0 ]]; do
   esac
 done
 
-"$root/scripts/setup.sh"
+# CI also opens the page of the tour in a browser; elsewhere that test is there where a browser is.
+setup=()
+[[ ${CI:-} != true ]] || setup+=(--report)
+"$root/scripts/setup.sh" ${setup[@]+"${setup[@]}"}
 
 # configure_build_test NAME CMAKE_ARGS...
 configure_build_test() {
