@@ -25,6 +25,12 @@ if(SCANMESH_SANITIZE)
   target_link_options(scanmesh_flags INTERFACE -fsanitize=${SCANMESH_SANITIZE})
 endif()
 
+# Small blocks and every branch watched; scripts/fuzz.sh adds the sanitizers.
+if(SCANMESH_FUZZ)
+  target_compile_options(scanmesh_flags INTERFACE -fsanitize=fuzzer-no-link)
+  target_compile_definitions(scanmesh_flags INTERFACE FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+endif()
+
 # Settings shared by every object library that ends up in the shared library.
 function(scanmesh_object_library name)
   add_library(${name} OBJECT ${ARGN})

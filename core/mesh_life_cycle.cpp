@@ -9,10 +9,15 @@ namespace Mesh_M {
 namespace {
 
 // An ordinary scan never grows a store of this size; the memory is reserved, not touched.
+#if defined(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+constexpr int kScanBlock = 1000;  // a fuzzer makes hundreds of meshes a second
+constexpr int kFaceBlock = 1000;
+#else
 constexpr int kScanBlock = 4000000;
+constexpr int kFaceBlock = 100000;
+#endif
 constexpr int kHoleBlock = 40000;
 constexpr int kSubmeshBlock = 1000;
-constexpr int kFaceBlock = 100000;
 constexpr int kBlockTable = 1000;
 
 void inalize_stores(Mesh& mesh, int block_size) {

@@ -11,10 +11,15 @@ using scanmesh::Vec3f;
 
 namespace {
 
+#if defined(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+constexpr int kNodeBlock = 1000;  // a fuzzer makes hundreds of trees a second
+constexpr int kRecentBits = 8;
+#else
 constexpr int kNodeBlock = 100000;
+constexpr int kRecentBits = 16;
+#endif
 constexpr int kNodeTable = 1000;
 constexpr int kCells = 8;
-constexpr int kRecentBits = 16;
 
 // Slot of a child by which side of the centre a point lies on: z below 4, y below 2, x below 1.
 constexpr int kSlot[kCells] = {0, 1, 4, 5, 3, 2, 7, 6};

@@ -6,6 +6,7 @@
 
 #include "support/console.h"
 #include "support/distance.h"
+#include "support/stl_file.h"
 
 namespace demo {
 namespace {
@@ -111,6 +112,28 @@ void print_report(const RepairReport& report, const Surface& truth) {
   print_counts(report);
   if (!report.fills.empty()) print_fills(report, truth);
   print_seconds(report);
+}
+
+bool write_steps(const RepairReport& report, const std::string& path) {
+  const File file(std::fopen(path.c_str(), "w"));
+  if (file == nullptr) return false;
+  const auto elements = [&file](const char* name, const Elements& e) {
+    std::fprintf(file.get(),
+                 "\"%s\":{\"faces\":%lld,\"vertices\":%lld,\"rings\":%lld,\"open_edges\":%lld},",
+                 name, e.faces, e.vertices, e.rings, e.open_edges);
+  };
+  std::fputs("{", file.get());
+  elements("before", report.before);
+  elements("filled", report.filled);
+  elements("after", report.after);
+  std::fprintf(file.get(), "\"debris\":%d,\"fills\":%zu,\"peak_mib\":%.0f,\"steps\":[",
+               report.debris, report.fills.size(), report.peak_mib);
+  for (std::size_t i = 0; i < report.seconds.size(); ++i) {
+    std::fprintf(file.get(), "%s{\"name\":\"%s\",\"seconds\":%.6f}", i == 0 ? "" : ",",
+                 report.seconds[i].first.c_str(), report.seconds[i].second);
+  }
+  std::fputs("]}\n", file.get());
+  return std::ferror(file.get()) == 0;
 }
 
 }  // namespace demo

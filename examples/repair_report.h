@@ -44,6 +44,9 @@ struct RepairReport {
 /// To the standard output stream. With an empty `truth` nothing is measured against it.
 void print_report(const RepairReport& report, const Surface& truth);
 
+/// The counts and the steps as JSON. False when the path can't be written.
+bool write_steps(const RepairReport& report, const std::string& path);
+
 }  // namespace demo
 
 #endif  // SCANMESH_EXAMPLES_REPAIR_REPORT_H

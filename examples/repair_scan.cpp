@@ -19,6 +19,7 @@ struct Options {
   std::string scan;
   std::string result;
   std::string truth;     // the surface that was scanned, if it is known
+  std::string steps;     // where the report goes as JSON, if anywhere
   int target_faces = 0;  // 0: half of what there is after filling
   int debris_limit = 0;  // parts of fewer faces are dropped; 0: a thousandth of all faces
   int longest_ring = 0;  // rings of more edges stay open; 0: every ring is filled
@@ -116,6 +117,7 @@ int usage() {
   std::fputs(
       "usage: repair_scan SCAN.stl OUT.stl [options]\n"
       "  --truth FILE.off  measure the filled areas against the surface that was scanned\n"
+      "  --steps FILE.json also write the report as JSON\n"
       "  --faces N         simplify to N faces (default: half)\n"
       "  --debris N        drop loose parts of fewer than N faces (default: 1/1000 of all)\n"
       "  --longest-ring N  leave rings of more than N edges open (default: fill every ring)\n",
@@ -136,6 +138,8 @@ bool parse(int argc, char** argv, Options& options) {
     const std::string name = argv[i];
     if (name == "--truth")
       options.truth = argv[i + 1];
+    else if (name == "--steps")
+      options.steps = argv[i + 1];
     else if (name == "--faces")
       options.target_faces = std::atoi(argv[i + 1]);
     else if (name == "--debris")
@@ -172,5 +176,7 @@ int main(int argc, char** argv) {
   report.seconds.emplace_back("Writing", save.seconds());
   report.peak_mib = demo::peak_memory_mib();
   demo::print_report(report, truth);
+  if (!options.steps.empty() && !demo::write_steps(report, options.steps))
+    return fail(options.steps, "can't be written");
   return 0;
 }

@@ -73,6 +73,8 @@ void insert_facets(Mesh& mesh, FacetCorners& corners) {
 void free_after_failure(Mesh& mesh) {
   mesh.oct.free();
   mesh.free();
+  // The faces that were made before memory ran out are gone: the next load counts from nothing.
+  mesh.face.real_num = 0;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "core/vector_math.h"
@@ -14,6 +15,10 @@ constexpr char kHeaderText[] = "Created by Marunsen\xEF\xBC\x8CSTL Format";
 static_assert(sizeof(kHeaderText) <= scanmesh::kStlHeaderBytes, "the header holds the text");
 
 constexpr std::size_t kFacetsPerWrite = 4096;
+
+struct CloseFile {
+  void operator()(FILE* file) const { std::fclose(file); }
+};
 
 // A face that isn't finite is left out of count and facets alike, so that the count stays right.
 bool is_written(const Mesh_R::_face& face) {
@@ -43,6 +48,8 @@ namespace Mesh_R {
 void Face::output(FILE* stream) {
   if (stream == nullptr) stream = std::fopen("tex.stl", "wb");
   if (stream == nullptr) return;
+  // Closes it on every way out; what the disk refuses isn't reported to anybody.
+  const std::unique_ptr<FILE, CloseFile> out(stream);
   int32_t count = 0;
   const int total = records.size();
 #pragma omp parallel for reduction(+ : count)
@@ -63,7 +70,6 @@ void Face::output(FILE* stream) {
     }
   }
   std::fflush(stream);
-  std::fclose(stream);
 }
 
 }  // namespace Mesh_R

@@ -3,19 +3,26 @@
 #   setup.sh             to build, run the demo and run the tests
 #   setup.sh --check     also what scripts/check.sh uses
 #   setup.sh --render    also what scripts/render.sh uses
+#   setup.sh --report    also what demo.sh --report and the test of its page use
 #   setup.sh --windows    also the cross compiler that scripts/check.sh windows uses
 #   setup.sh --peers     also the mesh libraries that bench/peers compares with
 set -euo pipefail
 
 packages=(cmake make g++ ccache libeigen3-dev libopencv-core-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcgal-demo)
+          libbenchmark-dev libcgal-demo pkg-config dpkg-dev file)
 for option in "$@"; do
   case "$option" in
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
     --windows) packages+=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev) ;;
+    --report)
+      packages+=(chromium)
+      # Node and its package manager come from elsewhere on some machines.
+      command -v node >/dev/null || packages+=(nodejs)
+      command -v npm >/dev/null || packages+=(npm)
+      ;;
     --render) packages+=(povray) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
-                        libassimp-dev pkg-config) ;;
+                        libassimp-dev) ;;
     *) echo "setup.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done

@@ -154,10 +154,12 @@ class SCANMESH_API Mesh {
   /// Does nothing and returns null: the caller opens the file and picks a reader.
   float* input_data(const char* path, std::string& message, bool flag);
   /// Reads binary STL from a stream opened in binary mode, at any position. 0 read, and the stream
-  /// is closed; -1 not enough memory; -2 no facet count; -3 a count below 1 (stream still open for
-  /// these two). Follow with inalize_mesh().
+  /// is closed; -1 not enough memory (the mesh is freed and can be loaded again; the stream is
+  /// closed where the facets had been read by then); -2 no facet count; -3 a count below 1 (stream
+  /// still open for these two). Follow with inalize_mesh().
   int input_data(FILE* stream);
-  /// Reads ASCII STL; false on any fault, with the mesh untouched. The stream stays open.
+  /// Reads ASCII STL; false on any fault, with the mesh untouched, or freed when memory ran out. The
+  /// stream stays open.
   bool input_data_ASCII(FILE* stream);
   /// Writes binary STL. A path that can't be opened writes "tex.stl" in the working directory.
   void output_STL(const char* path);

@@ -1,17 +1,50 @@
+# Compares what the shared LIBRARY exports with the checked-in LIST; with RENEW it writes the list anew.
+# NM is the nm to read it with.
+#
+# Listed are the strong names. A name that the compiler may or may not emit (an inline function, a type's
+# description) depends on compiler and optimisation; it only has to belong to an exported class.
 execute_process(COMMAND ${NM} -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE listing RESULT_VARIABLE failed)
 if(failed)
   message(FATAL_ERROR "nm can't read ${LIBRARY}")
 endif()
 string(REGEX MATCHALL "[^\n]+" lines "${listing}")
-set(count 0)
+set(strong)
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "^[0-9a-f]+ [A-Za-z] " "" name "${line}")
   if(NOT name MATCHES
      "^(BPA::Ball_Pivoting::[^T]|F_OctTree<Oct_tree_Triangulation\\*>::|GetHK\\(|MC_Triangulation::|Mesh_M::(CavityPatcher|Mesh|VertexOctree)::|Mesh_R::(Edge|Face|Hole|Vertex)::|Oct_tree_Tri::|Svd_Decompose\\(|xbpa::XBallPivoting::)")
     message(SEND_ERROR "exported, but not an exported name: ${name}")
   endif()
-  math(EXPR count "${count} + 1")
+  if(line MATCHES "^[0-9a-f]+ [TDBR] ")
+    list(APPEND strong "${name}")
+  endif()
 endforeach()
+# Constructors and destructors have several entries of one name.
+list(REMOVE_DUPLICATES strong)
+list(SORT strong)
+
+if(RENEW)
+  string(REPLACE ";" "\n" text "${strong}")
+  file(WRITE ${LIST} "${text}\n")
+  message(STATUS "${LIST} written")
+  return()
+endif()
+
+file(STRINGS ${LIST} listed)
+set(gone ${listed})
+list(REMOVE_ITEM gone ${strong})
+set(new ${strong})
+list(REMOVE_ITEM new ${listed})
+foreach(name IN LISTS gone)
+  message(SEND_ERROR "no longer exported, hosts that call it won't load: ${name}")
+endforeach()
+foreach(name IN LISTS new)
+  message(SEND_ERROR "exported, but not listed: ${name}")
+endforeach()
+if(gone OR new)
+  message(SEND_ERROR "If that is meant: cmake --build BUILD --target renew_exports")
+endif()
+list(LENGTH strong count)
 if(count LESS 100)
   message(SEND_ERROR "only ${count} names are exported")
 endif()

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -19,8 +20,9 @@ namespace test_support {
 // One name per test and process, so that tests and whole suites may run side by side.
 inline std::string temp_path(const std::string& name) {
   const testing::TestInfo* const info = testing::UnitTest::GetInstance()->current_test_info();
-  return testing::TempDir() + std::to_string(getpid()) + "." + info->test_suite_name() + "." +
-         info->name() + "." + name;
+  std::string test = std::string(info->test_suite_name()) + "." + info->name();
+  std::replace(test.begin(), test.end(), '/', '-');  // of tests with parameters
+  return testing::TempDir() + std::to_string(getpid()) + "." + test + "." + name;
 }
 
 inline std::string bytes_of_file(const std::string& path) {

@@ -18,9 +18,14 @@ long entries(T* const* list, int count, const T* wanted) {
   return list == nullptr ? 0 : std::count(list, list + count, wanted);
 }
 
+// Files and index arrays can give a face the same corner twice; what lists it then does so twice
+// too.
+enum class RepeatedCorners { kRefused, kAllowed };
+
 class Validator {
  public:
-  explicit Validator(Mesh_M::Mesh& mesh) : mesh_(mesh) {}
+  explicit Validator(Mesh_M::Mesh& mesh, RepeatedCorners repeated = RepeatedCorners::kRefused)
+      : mesh_(mesh), repeated_(repeated) {}
 
   testing::AssertionResult check() {
     for (int i = 0; i < mesh_.vertex.get_vertnum(); ++i) check_vertex(*mesh_.vertex[i], i);
@@ -47,14 +52,16 @@ class Validator {
     for (int k = 0; k < v.edge_num; ++k) {
       const Mesh_R::_edge& e = *v.edge[k];
       if (e.state == Mesh_R::kStateDeleted) fail("vertex lists a deleted edge", i);
-      if (e.vert[0] != &v && e.vert[1] != &v) fail("vertex lists an edge that ends elsewhere", i);
-      if (entries(v.edge, v.edge_num, &e) != 1) fail("vertex lists an edge twice", i);
+      const auto ends = std::count(e.vert, e.vert + 2, &v);
+      if (ends == 0) fail("vertex lists an edge that ends elsewhere", i);
+      if (entries(v.edge, v.edge_num, &e) != ends) fail("vertex lists an edge twice", i);
     }
     for (int k = 0; k < v.face_num; ++k) {
       const Mesh_R::_face& f = *v.face[k];
       if (f.state == Mesh_R::kStateDeleted) fail("vertex lists a deleted face", i);
-      if (std::count(f.vert, f.vert + 3, &v) != 1) fail("vertex lists a face without it", i);
-      if (entries(v.face, v.face_num, &f) != 1) fail("vertex lists a face twice", i);
+      const auto corners = std::count(f.vert, f.vert + 3, &v);
+      if (corners == 0) fail("vertex lists a face without it", i);
+      if (entries(v.face, v.face_num, &f) != corners) fail("vertex lists a face twice", i);
     }
   }
 
@@ -66,38 +73,48 @@ class Validator {
     if (++pairs_[ends] > 1) fail("two edges between the same vertices", i);
     for (const Mesh_R::_vert* v : e.vert) {
       if (v->state == Mesh_R::kStateDeleted) fail("live edge of a deleted vertex", i);
-      if (entries(v->edge, v->edge_num, &e) != 1) fail("edge missing at its end", i);
+      if (entries(v->edge, v->edge_num, &e) != std::count(e.vert, e.vert + 2, v))
+        fail("edge missing at its end", i);
     }
     for (int k = 0; k < e.face_num; ++k) {
       const Mesh_R::_face& f = *e.face[k];
       if (f.state == Mesh_R::kStateDeleted) fail("edge lists a deleted face", i);
-      if (std::count(f.edge, f.edge + 3, &e) != 1) fail("edge lists a face without it", i);
+      if (std::count(f.edge, f.edge + 3, &e) == 0) fail("edge lists a face without it", i);
     }
   }
 
   void check_face(const Mesh_R::_face& f, int i) {
     if (f.state == Mesh_R::kStateDeleted) return;
     if (f.state < 0) fail("face with a visit mark", i);
+    const bool repeats = f.vert[0] == f.vert[1] || f.vert[1] == f.vert[2] || f.vert[0] == f.vert[2];
+    if (repeats && repeated_ == RepeatedCorners::kRefused) fail("face with a corner twice", i);
     for (int k = 0; k < 3; ++k) {
       const Mesh_R::_vert* const v = f.vert[k];
       const Mesh_R::_edge* const e = f.edge[k];
       if (v->state == Mesh_R::kStateDeleted) fail("live face with a deleted corner", i);
-      if (entries(v->face, v->face_num, &f) != 1) fail("face missing at its corner", i);
+      if (entries(v->face, v->face_num, &f) != std::count(f.vert, f.vert + 3, v))
+        fail("face missing at its corner", i);
       if (e->state == Mesh_R::kStateDeleted) fail("live face with a deleted edge", i);
-      if (entries(e->face, e->face_num, &f) != 1) fail("face missing at its edge", i);
+      if (entries(e->face, e->face_num, &f) != std::count(f.edge, f.edge + 3, e))
+        fail("face missing at its edge", i);
       for (const Mesh_R::_vert* end : e->vert) {
-        if (std::count(f.vert, f.vert + 3, end) != 1) fail("edge of a face ends elsewhere", i);
+        // For a corner with itself any edge of it was found.
+        if (!repeats && std::count(f.vert, f.vert + 3, end) == 0) {
+          fail("edge of a face ends elsewhere", i);
+        }
       }
     }
   }
 
   Mesh_M::Mesh& mesh_;
+  RepeatedCorners repeated_;
   std::map<std::pair<const Mesh_R::_vert*, const Mesh_R::_vert*>, int> pairs_;
   std::string problem_;
 };
 
-inline testing::AssertionResult adjacency_holds(Mesh_M::Mesh& mesh) {
-  return Validator(mesh).check();
+inline testing::AssertionResult adjacency_holds(
+    Mesh_M::Mesh& mesh, RepeatedCorners repeated = RepeatedCorners::kRefused) {
+  return Validator(mesh, repeated).check();
 }
 
 }  // namespace test_support
