@@ -1,0 +1,38 @@
+#include "trimming/curve_frame.h"
+
+namespace scanmesh {
+
+namespace {
+
+// Scales to unit length; false when there is none.
+bool normalize(Vec3d& v) {
+  const double length = norm(v);
+  if (!std::isfinite(length) || !(length > 0)) return false;
+  v = times(v, 1 / length);
+  return true;
+}
+
+// A coordinate axis well away from n.
+Vec3d seed_for(const Vec3d& n) {
+  const double x = std::fabs(n.x);
+  return x >= std::fabs(n.y) && x >= std::fabs(n.z) ? Vec3d{0, 1, 0} : Vec3d{1, 0, 0};
+}
+
+}  // namespace
+
+CurveFrame::CurveFrame(const qv::maac::xtirm_mesh::FBase& shape)
+    : centre(widened(shape.centre)), e1{0, 0, 0}, e2{0, 0, 0}, n(widened(shape.normal)) {
+  if (!normalize(n)) return;
+  if (shape.shape_kind() == qv::maac::xtirm_mesh::kCircle) {
+    e2 = cross_product(seed_for(n), n);
+    valid_ = normalize(e2);
+    e1 = cross_product(e2, n);
+    return;
+  }
+  e1 = widened(shape.direction);
+  e1 = difference(e1, times(n, product(e1, n)));
+  valid_ = normalize(e1);
+  e2 = cross_product(n, e1);
+}
+
+}  // namespace scanmesh
