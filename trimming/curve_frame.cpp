@@ -1,14 +1,16 @@
 #include "trimming/curve_frame.h"
 
+#include <cmath>
+
 namespace scanmesh {
 
 namespace {
 
 // Scales to unit length; false when there is none.
 bool normalize(Vec3d& v) {
-  const double length = norm(v);
-  if (!std::isfinite(length) || !(length > 0)) return false;
-  v = times(v, 1 / length);
+  const double size = length(v);
+  if (!std::isfinite(size) || !(size > 0)) return false;
+  v = v * (1 / size);
   return true;
 }
 
@@ -24,15 +26,15 @@ CurveFrame::CurveFrame(const qv::maac::xtirm_mesh::FBase& shape)
     : centre(widened(shape.centre)), e1{0, 0, 0}, e2{0, 0, 0}, n(widened(shape.normal)) {
   if (!normalize(n)) return;
   if (shape.shape_kind() == qv::maac::xtirm_mesh::kCircle) {
-    e2 = cross_product(seed_for(n), n);
+    e2 = cross(seed_for(n), n);
     valid_ = normalize(e2);
-    e1 = cross_product(e2, n);
+    e1 = cross(e2, n);
     return;
   }
   e1 = widened(shape.direction);
-  e1 = difference(e1, times(n, product(e1, n)));
+  e1 = e1 - n * dot(e1, n);
   valid_ = normalize(e1);
-  e2 = cross_product(n, e1);
+  e2 = cross(n, e1);
 }
 
 }  // namespace scanmesh

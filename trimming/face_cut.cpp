@@ -70,7 +70,7 @@ class FaceCutter {
     const CutPoint& q = corner_[inside];
     double t = 0;
     if (!curve_.crossing(p.flat, q.flat, t)) return false;
-    x.at = sum(p.at, times(difference(q.at, p.at), t));
+    x.at = p.at + (q.at - p.at) * t;
     x.flat = between(p.flat, q.flat, t);
     x.weight = {0, 0, 0};
     x.weight[outside] = 1 - t;
@@ -171,8 +171,7 @@ class FaceCutter {
     k.weight = {turn(b, c, fixed) / whole, turn(c, a, fixed) / whole, turn(a, b, fixed) / whole};
     if (!(*std::min_element(k.weight.begin(), k.weight.end()) > kInterior)) return false;
     k.flat = fixed;
-    k.at = sum(sum(times(corner_[0].at, k.weight[0]), times(corner_[1].at, k.weight[1])),
-               times(corner_[2].at, k.weight[2]));
+    k.at = corner_[0].at * k.weight[0] + corner_[1].at * k.weight[1] + corner_[2].at * k.weight[2];
     return true;
   }
 
@@ -190,13 +189,13 @@ class FaceCutter {
 
   void add_wall(const std::vector<CutPoint>& chain, const Point2& cut_away) {
     if (!wall_.wanted) return;
-    const Vec3d down = times(frame_.n, wall_.depth);
+    const Vec3d down = frame_.n * wall_.depth;
     for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
       const Vec3f towards = narrowed(frame_.in_space(inwards(chain[i], chain[i + 1], cut_away)));
       const Vec3f x1 = narrowed(chain[i].at);
       const Vec3f x2 = narrowed(chain[i + 1].at);
-      const Vec3f low1 = narrowed(difference(chain[i].at, down));
-      const Vec3f low2 = narrowed(difference(chain[i + 1].at, down));
+      const Vec3f low1 = narrowed(chain[i].at - down);
+      const Vec3f low2 = narrowed(chain[i + 1].at - down);
       add_wall_triangle({x1, x2, low2}, towards);
       add_wall_triangle({x1, low2, low1}, towards);
     }
