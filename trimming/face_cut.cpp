@@ -21,9 +21,6 @@ struct CutPoint {
   std::array<double, 3> weight;
 };
 
-double turn(const Point2& a, const Point2& b, const Point2& c) {
-  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
 double squared_distance(const Point2& a, const Point2& b) {
   return (a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y);
 }
@@ -161,14 +158,9 @@ class FaceCutter {
   // Whether the point lies within the triangle, as seen along the axis. A triangle seen edge-on
   // holds none.
   bool holds(const Point2& fixed, CutPoint& k) const {
-    const Point2& a = corner_[0].flat;
-    const Point2& b = corner_[1].flat;
-    const Point2& c = corner_[2].flat;
-    const double whole = turn(a, b, c);
-    const double longest =
-        std::max({squared_distance(a, b), squared_distance(b, c), squared_distance(c, a)});
-    if (!(std::fabs(whole) > kInterior * longest)) return false;
-    k.weight = {turn(b, c, fixed) / whole, turn(c, a, fixed) / whole, turn(a, b, fixed) / whole};
+    if (!corner_weights(corner_[0].flat, corner_[1].flat, corner_[2].flat, fixed, k.weight)) {
+      return false;
+    }
     if (!(*std::min_element(k.weight.begin(), k.weight.end()) > kInterior)) return false;
     k.flat = fixed;
     k.at = corner_[0].at * k.weight[0] + corner_[1].at * k.weight[1] + corner_[2].at * k.weight[2];

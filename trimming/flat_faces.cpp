@@ -1,26 +1,21 @@
 // A selection as flat arrays, and what was made of them back into the mesh.
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <utility>
 #include <vector>
 
-#include "core/face_building.h"
 #include "core/vector_math.h"
 #include "holes/position_table.h"
 #include "scanmesh/mesh.h"
+#include "trimming/face_entry.h"
 
 namespace Mesh_M {
 
-using Mesh_R::_edge;
 using Mesh_R::_face;
 using Mesh_R::_vert;
 using scanmesh::Vec3f;
 
 namespace {
 
-// The flags of vertices that a cut makes; their low half is what hosts know as untouched.
-constexpr int32_t kNewVertexFlags = -65528;
 constexpr double kSameAsCorner = 1e-6;  // squared
 constexpr double kSameNewPoint = 0.001;
 
@@ -56,11 +51,7 @@ class NewVertices {
       return same_new_point(made_[static_cast<std::size_t>(i)]->point, p);
     });
     if (found >= 0) return made_[static_cast<std::size_t>(found)];
-    _vert* const vert = store_.insert_vert(p);
-    vert->order = -1;
-    vert->searched = false;
-    vert->reached = false;
-    vert->flags = kNewVertexFlags;
+    _vert* const vert = scanmesh::new_vertex(store_, p);
     table_.insert(p.x, p.y, p.z, static_cast<int>(made_.size()));
     made_.push_back(vert);
     return vert;
@@ -78,23 +69,6 @@ class NewVertices {
   scanmesh::PositionTable table_;
   std::vector<_vert*> made_;
 };
-
-// Enters a triangle, turned to the side of its normal. A face that is there with the same corners
-// stays beside it: it is among those about to be deleted.
-void enter_triangle(Mesh& mesh, std::array<_vert*, 3> corner, Vec3f normal) {
-  for (_vert* vert : corner) vert->vector = normal;
-  const Vec3f turn = scanmesh::cross(scanmesh::sub(corner[1]->point, corner[0]->point),
-                                     scanmesh::sub(corner[2]->point, corner[0]->point));
-  if (scanmesh::dot(turn, normal) < 0) std::swap(corner[1], corner[2]);
-  const auto [a, b, c] = corner;
-  if (a == b || b == c || c == a) return;
-  _edge* const ab = scanmesh::find_or_create_edge(mesh.vertex, mesh.edge, a, b);
-  _edge* const bc = scanmesh::find_or_create_edge(mesh.vertex, mesh.edge, b, c);
-  _edge* const ca = scanmesh::find_or_create_edge(mesh.vertex, mesh.edge, c, a);
-  _face* const face = mesh.face.insert_face(a, b, c, bc, ca, ab, normal);
-  face->searched = false;
-  scanmesh::link_face(mesh.vertex, mesh.edge, face);
-}
 
 }  // namespace
 
@@ -134,7 +108,8 @@ void Mesh::modifyFaces(const std::vector<float>& corners, const int& cornerCount
     verts[i] = near != nullptr ? near : made.at(p);
   }
   for (std::size_t t = 0; t < corner_count / 3; ++t) {
-    enter_triangle(*this, {verts[3 * t], verts[3 * t + 1], verts[3 * t + 2]}, get(normals, t));
+    scanmesh::enter_triangle(*this, {verts[3 * t], verts[3 * t + 1], verts[3 * t + 2]},
+                             get(normals, t));
   }
   // Last, so that corners which the new faces share with the old ones live on.
   for (int i = 0; i < deletedCount; ++i) {

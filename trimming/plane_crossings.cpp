@@ -8,6 +8,14 @@ namespace scanmesh {
 namespace {
 
 constexpr double kOnCurve = 1e-6;
+constexpr double kNarrow = 1e-7;  // height over length
+
+double turn(const Point2& a, const Point2& b, const Point2& c) {
+  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+}
+double squared_distance(const Point2& a, const Point2& b) {
+  return (a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y);
+}
 
 // The first crossing of the way from p to q with the circle around (cx, 0), as part of the way; a
 // value below 0 when the line passes it by.
@@ -49,6 +57,16 @@ int oval_side(const Point2& x, double half_straight) {
 }
 
 }  // namespace
+
+bool corner_weights(const Point2& a, const Point2& b, const Point2& c, const Point2& p,
+                    std::array<double, 3>& weight) {
+  const double whole = turn(a, b, c);
+  const double longest =
+      std::max({squared_distance(a, b), squared_distance(b, c), squared_distance(c, a)});
+  if (!(std::fabs(whole) > kNarrow * longest)) return false;
+  weight = {turn(b, c, p) / whole, turn(c, a, p) / whole, turn(a, b, p) / whole};
+  return true;
+}
 
 int circle_sign(const Point2& p, double radius) {
   const double gap = std::sqrt(p.x * p.x + p.y * p.y) - radius;

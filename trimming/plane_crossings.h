@@ -3,6 +3,7 @@
 #ifndef SCANMESH_TRIMMING_PLANE_CROSSINGS_H
 #define SCANMESH_TRIMMING_PLANE_CROSSINGS_H
 
+#include <array>
 #include <vector>
 
 namespace scanmesh {
@@ -15,6 +16,11 @@ struct Point2 {
 inline Point2 between(const Point2& p, const Point2& q, double t) {
   return {p.x + t * (q.x - p.x), p.y + t * (q.y - p.y)};
 }
+
+// The weights of the corners a, b, c that make up p; false for a triangle so narrow that they would
+// mean nothing.
+bool corner_weights(const Point2& a, const Point2& b, const Point2& c, const Point2& p,
+                    std::array<double, 3>& weight);
 
 // +1 outside, 0 within 1e-6 of the circle, -1 inside.
 int circle_sign(const Point2& p, double radius);

@@ -8,6 +8,7 @@
 #include "core/parallel.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
+#include "trimming/corner_points.h"
 #include "trimming/curve_trimmer.h"
 #include "trimming/tool_search.h"
 
@@ -174,6 +175,11 @@ void Mesh::trimWithRectangle(const std::vector<float>& a, const std::vector<floa
   for (std::size_t i = 0; i < tools.size(); ++i) {
     if (!select_slot(a[i], b[i], c[i], &dirs[3 * i], &tools[i], spacing)) continue;
     FRectangle3D shape(tools[i].point, tools[i].vector, triple(dirs, i), a[i], b[i]);
+    const bool refused = wall && depth < 0;
+    if (!refused && scanmesh::pin_corners(*this, shape)) {
+      scanmesh::clear_marks(*this);
+      searchOvalFaces(a[i], b[i], c[i], &dirs[3 * i], &tools[i], spacing, false);
+    }
     cut_selection(shape, depth, wall);
   }
 }
