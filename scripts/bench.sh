@@ -49,7 +49,7 @@ fi
 grep 'left out' "$log" >&2 || true
 
 if [[ $peers == no ]]; then
-  for suite in core formats holes octree pivoting refinement smoothing; do
+  for suite in core formats holes octree pivoting refinement smoothing trimming; do
     printf '### %s\n\n```\n' "$suite"
     "$build/bench/${suite}_bench" 2>/dev/null
     printf '```\n\n'

@@ -56,7 +56,10 @@ void prepare(Mesh& mesh) {
     vert.searched = false;
     vert.reached = false;
   });
-  scanmesh::parallel_over(mesh.face.records, threads, [](_face& face) { face.searched = false; });
+  // Read first: memory that isn't written needn't travel back.
+  scanmesh::parallel_over(mesh.face.records, threads, [](_face& face) {
+    if (face.searched) face.searched = false;
+  });
   mesh.vertex.R_cal_vector();
 }
 
