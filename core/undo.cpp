@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/face_building.h"
+#include "core/undo_record.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
 
@@ -48,15 +49,6 @@ std::unique_ptr<obj_triangle> make_record(int faces) {
   return record;
 }
 
-void free_record(obj_triangle* record) {
-  delete[] record->points;
-  delete[] record->vectors;
-  delete[] record->verts;
-  delete[] record->index;
-  delete[] record->face_vectors;
-  delete record;
-}
-
 // The corner record as it was, or a new one where it went with its last face.
 void bring_back(Mesh& mesh, obj_triangle& record, int i) {
   _vert*& vert = record.verts[i];
@@ -71,6 +63,15 @@ void bring_back(Mesh& mesh, obj_triangle& record, int i) {
 }
 
 }  // namespace
+
+void drop_triangle(obj_triangle* record) {
+  delete[] record->points;
+  delete[] record->vectors;
+  delete[] record->verts;
+  delete[] record->index;
+  delete[] record->face_vectors;
+  delete record;
+}
 
 void Mesh::build_backup(_backup*& out) {
   auto record = std::make_unique<_backup>();
@@ -138,7 +139,7 @@ void Mesh::Revoked_triangle(obj_triangle* record) {
     insert_face(record->verts[corner[0]], record->verts[corner[1]], record->verts[corner[2]],
                 normal);
   }
-  free_record(record);
+  drop_triangle(record);
 }
 
 void Mesh::Revoked_removefeature(obj_triangle* record, _face** added, int added_count) {

@@ -45,10 +45,6 @@ bool spoils(const Vec3d& p, const Vec3d& p1, const Vec3d& p2, const Vec3d& norma
   return up < 0 || up * up < kLeastNormalDot * kLeastNormalDot * dot(c, c);
 }
 
-Vec3f narrowed(const Vec3d& p) {
-  return {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)};
-}
-
 // The rebuild drops a triangle with two corners that weld, which would tear the surface open; so no
 // collapse may bring an edge there that wasn't there before.
 bool newly_close(const Vec3d& p, const Vec3d& before, const Vec3d& corner) {

@@ -3,30 +3,9 @@
 #ifndef SCANMESH_REFINEMENT_QUADRIC_H
 #define SCANMESH_REFINEMENT_QUADRIC_H
 
-#include <cmath>
+#include "core/double_vector.h"
 
 namespace scanmesh {
-
-struct Vec3d {
-  double x;
-  double y;
-  double z;
-};
-
-inline Vec3d operator-(const Vec3d& a, const Vec3d& b) {
-  return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-inline double dot(const Vec3d& a, const Vec3d& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-inline Vec3d cross(const Vec3d& a, const Vec3d& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-// Not a number for a zero vector.
-inline Vec3d unit(const Vec3d& a) {
-  const double length = std::sqrt(dot(a, a));
-  return {a.x / length, a.y / length, a.z / length};
-}
 
 // Upper triangle in the order aa, ab, ac, ad, bb, bc, bd, cc, cd, dd.
 struct Quadric {

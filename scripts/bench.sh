@@ -64,7 +64,7 @@ if [[ $scale -gt 0 ]]; then
   exit 0
 fi
 if [[ $peers == no ]]; then
-  for suite in core formats holes octree pivoting refinement smoothing; do
+  for suite in core formats holes octree pivoting refinement smoothing trimming; do
     printf '### %s\n\n```\n' "$suite"
     "$build/bench/${suite}_bench" --benchmark_out="$out/$suite.json" 2>/dev/null
     printf '```\n\n'

@@ -22,6 +22,13 @@
 namespace Semap {
 class Semaphore;
 }
+namespace qv {
+namespace maac {
+namespace xtirm_mesh {
+class FBase;
+}
+}  // namespace maac
+}  // namespace qv
 
 namespace Mesh_M {
 
@@ -331,6 +338,63 @@ class SCANMESH_API Mesh {
   /// task per processor.
   void temperature_compensation_scaling(float factor, int axis);
 
+  // ---- Selection --------------------------------------------------------------------------------
+
+  /// How flat an area has to be for a selection to grow over it.
+  enum choose_mode : int {
+    choose_smooth = 0,  // normals of neighbours less than 3 degrees apart
+    choose_flat = 1     // less than half a degree
+  };
+
+  /// Grows a selection over its neighbours across edges, as long as the normals of two neighbours
+  /// are less than the mode's angle apart; a face that was rejected once stays out. `faces` (n
+  /// faces, new[]) is freed and replaced by a new array of the caller's. Nothing happens for n < 1.
+  void angle_mode(Mesh_R::_face**& faces, int& n, choose_mode mode);
+  /// The length of the rim of a selection, mesh units: of edges with one face, and of those of
+  /// whose first two faces one is selected. Lengths that aren't numbers are left out.
+  void cal_choose_length(std::vector<Mesh_R::_face*> faces, double& length);
+
+  // ---- Trimming ---------------------------------------------------------------------------------
+  // Openings as a tool cuts them. First the faces on the tool are removed and the place is filled
+  // anew, then the faces across the curve are cut exactly along it, as seen along the tool's axis.
+  // Only vertices within 3 units of the tool's plane, and not facing away from it, belong to an
+  // opening. Where the coarse cut leaves no closed rim (at the mesh's own border), it is taken back
+  // and the opening is left out. `spacing` is that of the scan. `centres`, `normals`, `dirs`: 3
+  // floats per opening, normals and dirs of unit length; sizes: one float per opening. `wall` adds
+  // a wall of that `depth` against the normal. Openings are cut one after the other; the searches
+  // run 1.5 tasks per processor, the cut along the curve eight. The list of rings is lost.
+
+  /// One circle, cut at `radius` - 2.0; the search reaches `radius` around `tool`, a vertex of the
+  /// caller's with the centre as its point and the axis as its vector. The curve is cut even where
+  /// the coarse cut was refused.
+  void trimWithCircle(const float& radius, const float& spacing, Mesh_R::_vert* tool);
+  /// Circles of `trimRadii`, below 1.4 only the coarse cut; the searches reach `searchRadii`, which
+  /// should be larger by an edge length at least. Prints a line for an opening that is left out.
+  /// Without depth and wall: 1.0 and none.
+  void trimWithCircle(const std::vector<float>& trimRadii, const std::vector<float>& searchRadii,
+                      const float& spacing, const std::vector<float>& centres,
+                      const std::vector<float>& normals);
+  void trimWithCircle(const std::vector<float>& trimRadii, const std::vector<float>& searchRadii,
+                      const float& spacing, const std::vector<float>& centres,
+                      const std::vector<float>& normals, float depth, bool wall);
+  /// Slots, 2 `a` long along their `dirs` and 2 `b` wide with round ends. The searches reach
+  /// `b` + margin along `dirs` and `a` + margin across, with a margin of `c` - `a`, at least 0.1:
+  /// take `c` = 2 `a` - `b` and an edge length. An `a` below 2.0 leaves it at the coarse cut.
+  void trimWithOval(const std::vector<float>& a, const std::vector<float>& b,
+                    const std::vector<float>& c, const float& spacing,
+                    const std::vector<float>& centres, const std::vector<float>& normals,
+                    const std::vector<float>& dirs);
+  void trimWithOval(const std::vector<float>& a, const std::vector<float>& b,
+                    const std::vector<float>& c, const float& spacing,
+                    const std::vector<float>& centres, const std::vector<float>& normals,
+                    const std::vector<float>& dirs, float depth, bool wall);
+  /// Rectangles, 2 `a` along their `dirs` and 2 `b` across; the search as for slots. A `b`
+  /// below 1.4 leaves it at the coarse cut.
+  void trimWithRectangle(const std::vector<float>& a, const std::vector<float>& b,
+                         const std::vector<float>& c, const float& spacing,
+                         const std::vector<float>& centres, const std::vector<float>& normals,
+                         const std::vector<float>& dirs, float depth, bool wall);
+
  private:
   friend struct MeshAccess;  // tests of the private operations
 
@@ -349,6 +413,26 @@ class SCANMESH_API Mesh {
   void func_Fast_Eletric_Filter(int* begin, int* end, Semap::Semaphore* toWorker,
                                 Semap::Semaphore* toMain, int level, float value, bool flag);
   void remove_spikes_new_private(int level, std::vector<Mesh_R::_vert*>& verts);
+
+  // Searches around a tool, a vertex outside the mesh: its point is the centre, its vector the
+  // axis.
+  void searchThread(Mesh_R::_vert* tool, float radius, int first, int last);
+  void searchRausFaces(float radius, Mesh_R::_vert* tool);
+  int searchRadiusFaces(float radius, float spacing, Mesh_R::_vert* tool);
+  void searchOvalThread(const Mesh_R::_vert* tool, const float& a, const float& b, const float& c,
+                        const float* dir, const int& first, const int& last, bool cut);
+  int searchOvalFaces(float a, float b, float c, const float* dir, Mesh_R::_vert* tool,
+                      const float& spacing, bool cut);
+  void searchFaces(std::vector<float>& points, int& pointCount, std::vector<float>& normals,
+                   std::vector<int>& triangles, int& triangleCount);
+  void modifyFaces(const std::vector<float>& corners, const int& cornerCount,
+                   const std::vector<int>& parents, const std::vector<float>& normals,
+                   const std::vector<int>& deleted, const int& deletedCount);
+  int replace_by_patch(float spacing, Mesh_R::_vert* tool);
+  bool fill_rim(float spacing, Mesh_R::_vert* tool);
+  bool select_slot(float a, float b, float c, const float* dir, Mesh_R::_vert* tool,
+                   const float& spacing);
+  void cut_selection(qv::maac::xtirm_mesh::FBase& shape, float depth, bool wall);
 };
 
 }  // namespace Mesh_M
