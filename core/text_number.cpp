@@ -7,6 +7,8 @@ bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
 }
 
+}  // namespace
+
 // Skips what from_chars doesn't know: leading blanks, a plus sign, the prefix of a hexadecimal
 // number.
 const char* parse_float(const char* text, const char* end, float& out) {
@@ -44,8 +46,6 @@ const char* parse_float(const char* text, const char* end, float& out) {
   out = negative ? -value : value;
   return result.ptr;
 }
-
-}  // namespace
 
 bool parse_floats(const char* text, float* out, int count) {
   const char* const end = text + std::strlen(text);

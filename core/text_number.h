@@ -34,6 +34,10 @@ class LineBuilder {
   char* end_ = buffer_;
 };
 
+// One number in [text, end) as "%f" would read it, whatever the locale; returns where it ends, null
+// when there is none. Beyond the range of float it is an infinity, or zero.
+const char* parse_float(const char* text, const char* end, float& out);
+
 // Reads `count` numbers as "%f %f ..." would, whatever the locale; false when one is missing.
 bool parse_floats(const char* text, float* out, int count);
 
