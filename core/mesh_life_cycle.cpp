@@ -26,21 +26,6 @@ void inalize_stores(Mesh& mesh, int block_size) {
   mesh.face.inalize(&mesh.vertex, &mesh.edge, kFaceBlock, kBlockTable);
 }
 
-// Upper three rows of the matrix: rotation and translation.
-MemS::Point3v<float> transformed(const double* m, const MemS::Point3v<float>& p) {
-  const auto row = [&](int i) {
-    return static_cast<float>(m[i] * p.x + m[i + 1] * p.y + m[i + 2] * p.z + m[i + 3]);
-  };
-  return {row(0), row(4), row(8)};
-}
-
-MemS::Point3v<float> rotated(const double* m, const MemS::Point3v<float>& p) {
-  const auto row = [&](int i) {
-    return static_cast<float>(m[i] * p.x + m[i + 1] * p.y + m[i + 2] * p.z);
-  };
-  return {row(0), row(4), row(8)};
-}
-
 }  // namespace
 
 Mesh::Mesh() {}
@@ -132,14 +117,15 @@ void Mesh::transform(double* const matrix) {
   for (int i = 0; i < vertices; ++i) {
     Mesh_R::_vert& vert = *vertex[i];
     if (vert.state == Mesh_R::kStateDeleted) continue;
-    vert.point = transformed(matrix, vert.point);
-    vert.vector = rotated(matrix, vert.vector);
+    vert.point = scanmesh::transformed(matrix, vert.point);
+    vert.vector = scanmesh::rotated(matrix, vert.vector);
   }
   omp_set_num_threads(threads);
 #pragma omp parallel for schedule(dynamic, 2)
   for (int i = 0; i < faces; ++i) {
     Mesh_R::_face& record = *face[i];
-    if (record.state != Mesh_R::kStateDeleted) record.vector = rotated(matrix, record.vector);
+    if (record.state != Mesh_R::kStateDeleted)
+      record.vector = scanmesh::rotated(matrix, record.vector);
   }
 }
 

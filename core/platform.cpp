@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
@@ -15,8 +16,6 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
-
-#include <cstring>
 #endif
 
 namespace scanmesh {
@@ -51,7 +50,29 @@ int64_t remaining_bytes(FILE* stream) {
   return end < here ? 0 : end - here;
 }
 
+FILE* open_file(const wchar_t* path, const char* mode) {
+  if (path == nullptr) return nullptr;
+  return _wfopen(path, std::wstring(mode, mode + std::strlen(mode)).c_str());
+}
+
+FILE* open_file(const char* path, const char* mode) {
+  if (path == nullptr) return nullptr;
+  const int length = MultiByteToWideChar(CP_UTF8, 0, path, -1, nullptr, 0);
+  if (length <= 0) return std::fopen(path, mode);
+  std::wstring wide(static_cast<std::size_t>(length), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, path, -1, wide.data(), length);
+  return open_file(wide.c_str(), mode);
+}
+
 #else
+
+FILE* open_file(const wchar_t* path, const char* mode) {
+  return path == nullptr ? nullptr : std::fopen(utf8(path).c_str(), mode);
+}
+
+FILE* open_file(const char* path, const char* mode) {
+  return path == nullptr ? nullptr : std::fopen(path, mode);
+}
 
 int processor_count() {
   const long count = sysconf(_SC_NPROCESSORS_ONLN);
@@ -110,6 +131,46 @@ int64_t remaining_bytes(FILE* stream) {
 }
 
 #endif
+
+namespace {
+
+void append_utf8(std::string& out, uint32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+    return;
+  }
+  const int more = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+  constexpr uint32_t kLead[] = {0, 0xC0, 0xE0, 0xF0};
+  out += static_cast<char>(kLead[more] | c >> (6 * more));
+  for (int i = more - 1; i >= 0; --i) out += static_cast<char>(0x80 | (c >> (6 * i) & 0x3F));
+}
+
+bool is_high_surrogate(uint32_t c) {
+  return c >= 0xD800 && c < 0xDC00;
+}
+bool is_low_surrogate(uint32_t c) {
+  return c >= 0xDC00 && c < 0xE000;
+}
+
+}  // namespace
+
+std::string utf8(const std::wstring& text) {
+  // Pairs of surrogates are joined also where a wide character holds 32 bits: texts come from hosts
+  // where it holds 16.
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = static_cast<uint32_t>(text[i]);
+    const uint32_t next = i + 1 < text.size() ? static_cast<uint32_t>(text[i + 1]) : 0;
+    if (is_high_surrogate(c) && is_low_surrogate(next)) {
+      c = 0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00);
+      ++i;
+    } else if (is_high_surrogate(c) || is_low_surrogate(c) || c > 0x10FFFF) {
+      c = 0xFFFD;
+    }
+    append_utf8(out, c);
+  }
+  return out;
+}
 
 uint64_t worker_affinity_mask(uint64_t core_count) {
   const uint64_t all = core_count >= 64 ? ~uint64_t{0} : (uint64_t{1} << core_count) - 1;

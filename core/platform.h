@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <thread>
 
 namespace scanmesh {
@@ -32,6 +33,12 @@ void set_thread_affinity(std::thread& thread, uint64_t mask);
 // Bytes from the current position to the end of a seekable stream, -1 when that can't be told. The
 // position is kept.
 int64_t remaining_bytes(FILE* stream);
+
+// A wide text as UTF-8. What is no character becomes U+FFFD.
+std::string utf8(const std::wstring& text);
+// fopen with a wide path, and with one in UTF-8, whatever the locale. Null for a null path.
+FILE* open_file(const wchar_t* path, const char* mode);
+FILE* open_file(const char* path, const char* mode);
 
 }  // namespace scanmesh
 

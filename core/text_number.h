@@ -5,19 +5,26 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace scanmesh {
+
+// A value as "%f" prints it, in exact integer arithmetic; returns the end. Room: kFixedBytes.
+constexpr std::size_t kFixedBytes = 48;
+char* write_fixed(float value, char* out);
+// A value as "%d" prints it; returns the end. Room: kDecimalBytes.
+constexpr std::size_t kDecimalBytes = 11;
+inline char* write_decimal(int32_t value, char* out) {
+  return std::to_chars(out, out + kDecimalBytes, value).ptr;
+}
 
 // One line of text, built without allocation. Room for a dozen numbers.
 class LineBuilder {
  public:
   // As "%f" prints it: six decimals.
-  LineBuilder& fixed(double value) {
-    if (std::isnan(value)) return text(std::signbit(value) ? "-nan" : "nan");
-    const auto result =
-        std::to_chars(end_, buffer_ + sizeof(buffer_), value, std::chars_format::fixed, 6);
-    end_ = result.ptr;
+  LineBuilder& fixed(float value) {
+    end_ = write_fixed(value, end_);
     return *this;
   }
   LineBuilder& text(const char* words) {
@@ -33,6 +40,10 @@ class LineBuilder {
   char buffer_[1024];
   char* end_ = buffer_;
 };
+
+// One number in [text, end) as "%f" would read it, whatever the locale; returns where it ends, null
+// when there is none. Beyond the range of float it is an infinity, or zero.
+const char* parse_float(const char* text, const char* end, float& out);
 
 // Reads `count` numbers as "%f %f ..." would, whatever the locale; false when one is missing.
 bool parse_floats(const char* text, float* out, int count);

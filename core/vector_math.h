@@ -74,6 +74,21 @@ inline Vec3f unit_normal(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
   return normalized(corner_cross(a, b, c), kTinyNormal);
 }
 
+// By the upper three rows of a 4 x 4 matrix, by rows: rotation and translation, or the rotation
+// alone. Double products and sums, rounded to float once.
+inline Vec3f transformed(const double* m, const Vec3f& p) {
+  const auto row = [&](int i) {
+    return static_cast<float>(m[i] * p.x + m[i + 1] * p.y + m[i + 2] * p.z + m[i + 3]);
+  };
+  return {row(0), row(4), row(8)};
+}
+inline Vec3f rotated(const double* m, const Vec3f& p) {
+  const auto row = [&](int i) {
+    return static_cast<float>(m[i] * p.x + m[i + 1] * p.y + m[i + 2] * p.z);
+  };
+  return {row(0), row(4), row(8)};
+}
+
 // Strictly within the welding tolerance on every axis: float differences, double comparison.
 inline bool welds(const Vec3f& a, const Vec3f& b) {
   return std::fabs(static_cast<double>(a.x - b.x)) < kWeldTolerance &&

@@ -168,8 +168,43 @@ class SCANMESH_API Mesh {
   /// Reads ASCII STL; false on any fault, with the mesh untouched, or freed when memory ran out. The
   /// stream stays open.
   bool input_data_ASCII(FILE* stream);
+  /// Reads a PLY file, see ply_reader_writer::PLY_Reader: every vertex in file order, nothing is
+  /// welded; a face that names a vertex that isn't there is left out and counted in the reader's
+  /// message. What the stores held is lost, not released. 0 read; -1 not enough memory; -2 out of
+  /// memory on the way, the stores are freed; -3 refused, the mesh untouched. Follow with
+  /// inalize_mesh() or inlin_inalize_mesh(). A narrow path is UTF-8.
+  int input_ply_data(const wchar_t* path);
+  int input_ply_data(const std::wstring& path);
+  int input_ply_data(const char* path);
+  /// The same, and returns the colours: red, green, blue from 0 to 1 per vertex, a new array of the
+  /// caller's. Null for a file without colours and after any failure.
+  float* input_ply(const wchar_t* path);
+  float* input_ply(const std::wstring& path);
+  float* input_ply(const char* path);
+
   /// Writes binary STL. A path that can't be opened writes "tex.stl" in the working directory.
   void output_STL(const char* path);
+
+  // The text writers below report no failure. Numbers are printed as "%f" does, in every locale.
+  // Hosts compare these files byte for byte, odd spacing included. All but output_XYZ overwrite
+  // `index`, and leave the number of the record in it: call refresh_point_index() before the next
+  // use.
+
+  /// Writes Wavefront OBJ, indices from 1. Vertices that aren't finite are left out with their
+  /// faces. A vertex normal that isn't finite becomes (0, 0, 1) in the mesh itself.
+  void output_OBJ(const wchar_t* path);
+  /// Writes ASCII PLY. Vertices that aren't finite are left out with their faces.
+  void output_PLY(const wchar_t* path);
+  /// Writes VRML 2.0 (the closing block twice), X3D 3.1, COLLADA 1.4.1, whatever the coordinates.
+  void output_WRL(const char* path);
+  void output_X3D(const char* path);
+  void output_DAE(const char* path);
+  /// Writes position and normal of the live vertices, one line each; leaves `index` alone.
+  void output_XYZ(const char* path);
+  /// Numbers the deleted vertices, then writes the format of the extension, which has the point in
+  /// front and is all lower or all upper case: stl, dae, wrl, x3d, xyz. Nothing is written for
+  /// another one, nor for obj and ply: call their writers. A null path does nothing at all.
+  void output_data(const char* path, std::string& extension, bool);
 
   // ---- Curvature --------------------------------------------------------------------------------
 

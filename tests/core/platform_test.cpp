@@ -74,9 +74,9 @@ TEST(Numbers, are_read_as_scanf_would_in_any_locale) {
 }
 
 TEST(Numbers, are_written_as_printf_would) {
-  for (const double value : {0.0, -0.0, 1.0, 0.1, 1e-7, 123456.789, -2.5e20}) {
+  for (const float value : {0.0F, -0.0F, 1.0F, 0.1F, 1e-7F, 123456.789F, -2.5e20F}) {
     char expected[64];
-    std::snprintf(expected, sizeof(expected), "%f", value);
+    std::snprintf(expected, sizeof(expected), "%f", static_cast<double>(value));
     scanmesh::LineBuilder line;
     line.fixed(value);
     EXPECT_EQ(std::string(line.data(), line.size()), expected);
