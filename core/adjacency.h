@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "scanmesh/mem_allo.h"
+#include "scanmesh/stores.h"
 
 namespace scanmesh {
 
@@ -101,6 +102,12 @@ int record_number(const MemS::MemAllo<T>& records, const T* record) {
     }
   }
   return 0;
+}
+
+// Each corner of a new face may gain two edges and three entries of the face. Beyond the counters'
+// 16 bits a face can't be entered everywhere, so it isn't made at all.
+inline bool has_room(const Mesh_R::_vert* vert) {
+  return vert->edge_num < kListLimit - 2 && vert->face_num < kListLimit - 3;
 }
 
 }  // namespace scanmesh

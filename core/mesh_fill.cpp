@@ -4,6 +4,7 @@
 
 #include "core/adjacency.h"
 #include "core/face_building.h"
+#include "core/facet_normal.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
 
@@ -18,20 +19,6 @@ namespace {
 
 constexpr int kProtectedKind = 6;
 
-bool too_small(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
-  return scanmesh::welds(a, b) || scanmesh::welds(b, c) || scanmesh::welds(a, c);
-}
-
-bool all_finite(const Vec3f& a, const Vec3f& b, const Vec3f& c) {
-  return scanmesh::finite(a) && scanmesh::finite(b) && scanmesh::finite(c);
-}
-
-// Each corner may gain two edges and three entries of the face. Beyond the counters' 16 bits a face
-// can't be entered everywhere, so it isn't made at all.
-bool has_room(const _vert* vert) {
-  return vert->edge_num < scanmesh::kListLimit - 2 && vert->face_num < scanmesh::kListLimit - 3;
-}
-
 _edge* edge_between(Mesh& mesh, _vert* a, _vert* b, bool clear_mark) {
   bool created = false;
   _edge* const edge = scanmesh::find_or_create_edge(mesh.vertex, mesh.edge, a, b, &created);
@@ -41,7 +28,7 @@ _edge* edge_between(Mesh& mesh, _vert* a, _vert* b, bool clear_mark) {
 
 _face* insert_between(Mesh& mesh, _vert* a, _vert* b, _vert* c, Vec3f& normal, bool clear_mark) {
   for (_vert* vert : {a, b, c}) vert->state = Mesh_R::kStateLive;
-  if (!has_room(a) || !has_room(b) || !has_room(c)) return nullptr;
+  if (!scanmesh::has_room(a) || !scanmesh::has_room(b) || !scanmesh::has_room(c)) return nullptr;
   _edge* const bc = edge_between(mesh, b, c, clear_mark);
   _edge* const ac = edge_between(mesh, a, c, clear_mark);
   _edge* const ab = edge_between(mesh, a, b, clear_mark);
@@ -60,13 +47,7 @@ _vert* weld(Mesh& mesh, Vec3f& point) {
 
 // True when the triangle was taken; `face` is null for a duplicate.
 bool insert_welded(Mesh& mesh, Vec3f& a, Vec3f& b, Vec3f& c, Vec3f& normal, _face*& face) {
-  if (too_small(a, b, c)) return false;
-  const Vec3f product = scanmesh::corner_cross(a, b, c);
-  normal = scanmesh::normalized(product, scanmesh::kTinyNormal);
-  if (std::isnan(normal.x) || mesh.oct.root == nullptr) return false;
-  // The octree can't hold corners that aren't finite: its cells would split without end. A finite
-  // product has finite corners.
-  if (!scanmesh::finite(product) && !all_finite(a, b, c)) return false;
+  if (!scanmesh::takes_facet(a, b, c, normal) || mesh.oct.root == nullptr) return false;
   _vert* const corner_a = weld(mesh, a);
   _vert* const corner_b = weld(mesh, b);
   _vert* const corner_c = weld(mesh, c);
@@ -104,7 +85,7 @@ void insert_indexed(Mesh& mesh, int point_count, const int* triangles, int trian
     const Vec3f& a = corner[0]->point;
     const Vec3f& b = corner[1]->point;
     const Vec3f& c = corner[2]->point;
-    if (small == SmallTriangles::kSkip && too_small(a, b, c)) continue;
+    if (small == SmallTriangles::kSkip && scanmesh::too_small(a, b, c)) continue;
     Vec3f normal = scanmesh::unit_normal(a, b, c);
     if (std::isnan(normal.x)) continue;
     mesh.insert_face(corner[0], corner[1], corner[2], normal);

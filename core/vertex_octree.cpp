@@ -1,12 +1,13 @@
 #include "scanmesh/vertex_octree.h"
 
 #include <algorithm>
-#include <cstring>
 
+#include "core/point_hash.h"
 #include "core/vector_math.h"
 
 namespace Mesh_M {
 
+using scanmesh::same_point;
 using scanmesh::Vec3f;
 
 namespace {
@@ -38,29 +39,6 @@ Vec3f child_center(const Vec3f& center, int slot, float half) {
   return {center.x + kSign[slot][0] * half, center.y + kSign[slot][1] * half,
           center.z + kSign[slot][2] * half};
 }
-
-uint32_t bits_of(float value) {
-  uint32_t bits = 0;
-  value += 0.0F;  // minus zero is the same coordinate as zero
-  std::memcpy(&bits, &value, sizeof(bits));
-  return bits;
-}
-
-// The upper bits are the ones that every coordinate has stirred.
-std::size_t hash_of(const Vec3f& point) {
-  const uint64_t h = bits_of(point.x) * 0x9E3779B97F4A7C15ULL +
-                     bits_of(point.y) * 0xC2B2AE3D27D4EB4FULL +
-                     bits_of(point.z) * 0x165667B19E3779F9ULL;
-  return static_cast<std::size_t>((h ^ (h >> 32)) * 0xD6E8FEB86659FD93ULL >> (64 - kRecentBits));
-}
-
-bool same_point(const Vec3f& a, const Vec3f& b) {
-  return a.x == b.x && a.y == b.y && a.z == b.z;
-}
-
-}  // namespace
-
-namespace {
 
 // A point of which the way down is that of the node.
 const Vec3f& guide_of(const oct_node* node) {
@@ -125,7 +103,7 @@ oct_node* VertexOctree::new_leaf(oct_node* parent, float half, const MemS::Point
 }
 
 oct_node*& VertexOctree::recent(const MemS::Point3v<float>& point) {
-  return recent_[hash_of(point)];
+  return recent_[scanmesh::point_hash(point) >> (64 - kRecentBits)];
 }
 
 oct_node* VertexOctree::insert(const MemS::Point3v<float>& point, OctreeMode mode) {

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "core/platform.h"
+#include "core/soup_building.h"
 #include "core/vector_math.h"
 #include "formats/stl_parsing.h"
 #include "scanmesh/mesh.h"
@@ -63,11 +64,11 @@ void insert_facets(Mesh& mesh, FacetCorners& corners) {
   const Extent extent = extent_of(corners);
   mesh.center = extent.middle();
   mesh.inalize_oct(mesh.center, extent.half());
-  for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-    // The normal of a file is never used: insert makes its own.
-    Vec3f normal{0, 0, 0};
-    mesh.insert(corners[i], corners[i + 1], corners[i + 2], normal);
-  }
+  // The normal of a file is never used: the mesh makes its own.
+  scanmesh::Soup soup;
+  soup.count = static_cast<int>(corners.size() / 3);
+  if (soup.count > 0) soup.first = &corners.front().x;
+  scanmesh::insert_soup(mesh, soup);
 }
 
 void free_after_failure(Mesh& mesh) {

@@ -14,6 +14,7 @@
 #include "core/parallel.h"
 #include "core/platform.h"
 #include "core/progress.h"
+#include "core/soup_building.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
 
@@ -271,13 +272,12 @@ void build(Mesh& target, const sub_mid& soup) {
   const float extent =
       std::max({box.max_x - box.min_x, box.max_y - box.min_y, box.max_z - box.min_z});
   target.inalize_oct(target.center, extent * 0.5F);
-  for (int i = 0; i < soup.face_count; ++i) {
-    const stl_face& f = soup.faces[i];
-    Vec3f corner[3];
-    for (int k = 0; k < 3; ++k) corner[k] = {f.corner[k][0], f.corner[k][1], f.corner[k][2]};
-    Vec3f normal{f.vector[0], f.vector[1], f.vector[2]};
-    target.insert(corner[0], corner[1], corner[2], normal);
-  }
+  static_assert(sizeof(stl_face) % sizeof(float) == 0, "facets follow one another float by float");
+  scanmesh::Soup triangles;
+  triangles.count = soup.face_count;
+  triangles.stride = sizeof(stl_face) / sizeof(float);
+  if (soup.face_count > 0) triangles.first = soup.faces[0].corner[0];
+  scanmesh::insert_soup(target, triangles);
   target.inalize_mesh();
 }
 
