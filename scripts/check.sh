@@ -24,7 +24,7 @@ check_tidy() {
     -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
   # Findings are reported; those that the configuration calls errors fail the check.
   sources 'core/*.cpp' 'formats/*.cpp' 'smoothing/*.cpp' 'refinement/*.cpp' 'holes/*.cpp' \
-    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'examples/*.cpp' |
+    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'examples/*.cpp' |
     xargs -r -n 4 -P "$jobs" clang-tidy --quiet -p "$build" 2> >(grep -v 'warnings generated' >&2)
 }
 
@@ -52,7 +52,7 @@ check_windows() {
   echo "== windows"
   "$root/scripts/setup.sh" --windows
   sources 'core/*.cpp' 'formats/*.cpp' 'smoothing/*.cpp' 'refinement/*.cpp' 'holes/*.cpp' \
-    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' |
+    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' |
     xargs -r -n 1 -P "$jobs" x86_64-w64-mingw32-g++-posix -std=c++17 -fsyntax-only -fopenmp \
       -DSCANMESH_BUILDING -Iinclude -I. -isystem /usr/include/eigen3
 }

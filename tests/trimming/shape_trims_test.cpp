@@ -521,4 +521,82 @@ TEST(ShapeTrims, leave_a_sound_mesh_whatever_they_meet) {
   }
 }
 
+// Sheets as a damaged file gives them: corners that aren't numbers or lie far out, faces listed
+// twice, folded over an edge, or without area.
+Soup damaged_sheet(uint64_t seed) {
+  Soup soup = sheet(40, 0.5F, 0.4F, 0.15F, seed);
+  Random random(seed);
+  const int points = static_cast<int>(soup.points.size());
+  const int faces = static_cast<int>(soup.triangles.size());
+  const auto any_point = [&]() -> Vec3f& {
+    return soup.points[static_cast<std::size_t>(random.below(points))];
+  };
+  const auto any_face = [&] {
+    return soup.triangles[static_cast<std::size_t>(random.below(faces))];
+  };
+  for (int i = 0; i < 6; ++i) {
+    any_point().x = std::nanf("");
+    any_point().z = 1e30F;
+    any_point().y = HUGE_VALF;
+    any_point() = any_point();
+    soup.triangles.push_back(any_face());
+    const auto f = any_face();
+    soup.triangles.push_back({f[0], f[1], random.below(points)});
+    soup.triangles.push_back({f[1], f[0], random.below(points)});
+  }
+  return soup;
+}
+
+TEST(ShapeTrims, leave_the_records_of_a_damaged_mesh_in_order) {
+  for (uint64_t seed = 1; seed <= 12; ++seed) {
+    const auto mesh = damaged_sheet(seed).mesh();
+    ASSERT_TRUE(adjacency_holds(*mesh));
+    Random random(seed);
+    static_cast<void>(output_of([&] {
+      for (int i = 0; i < 6; ++i) {
+        Opening o;
+        o.centre = {6 * random.signed_unit(), 6 * random.signed_unit(), 0};
+        o.wall = i % 2 == 0;
+        if (i % 3 == 0) cut_circle(*mesh, 2, 3, o);
+        if (i % 3 == 1) cut_slot(*mesh, 2.5F, 1.5F, 4, o);
+        if (i % 3 == 2) cut_rectangle(*mesh, 2.5F, 1.5F, 4, o);
+        _vert tool = tool_at({o.centre[0], o.centre[1], 0});
+        mesh->trimWithCircle(4, 0.5F, &tool);
+      }
+    }));
+    EXPECT_TRUE(adjacency_holds(*mesh)) << seed;
+    EXPECT_EQ(marked_records(*mesh), 0);
+    EXPECT_TRUE(all_states_default(*mesh));
+  }
+}
+
+// Axes of no length, directions along the axis, sizes that aren't numbers.
+TEST(ShapeTrims, survive_openings_without_sense) {
+  const float nan = std::nanf("");
+  for (const float bad : {nan, HUGE_VALF, 0.0F, -3.0F}) {
+    const auto mesh = sheet(30, 0.5F, 0.4F, 0.1F).mesh();
+    static_cast<void>(output_of([&] {
+      Opening o;
+      o.dir = {0, 0, 1};
+      cut_slot(*mesh, 3, 2, 5, o);
+      cut_rectangle(*mesh, 3, 2, 5, o);
+      o.dir = {bad, 0, 0};
+      cut_slot(*mesh, 3, 2, 5, o);
+      o.dir = {1, 0, 0};
+      cut_slot(*mesh, 3, bad, 5, o);
+      cut_rectangle(*mesh, bad, 2, 5, o);
+      cut_circle(*mesh, bad, 4, o);
+      cut_circle(*mesh, 3, bad, o);
+      o.normal = {0, 0, bad};
+      cut_circle(*mesh, 3, 4, o);
+      o.depth = bad;
+      o.wall = true;
+      o.normal = {0, 0, 1};
+      cut_circle(*mesh, 3, 4, o);
+    }));
+    EXPECT_TRUE(adjacency_holds(*mesh)) << bad;
+    EXPECT_EQ(marked_records(*mesh), 0);
+  }
+}
+
 }  // namespace
