@@ -8,6 +8,7 @@
 
 #include "generated_surfaces.h"
 #include "mesh_from_surface.h"
+#include "processors.h"
 #include "quiet_output.h"
 #include "scanmesh/mesh.h"
 
@@ -98,6 +99,12 @@ void Circle(benchmark::State& state) {
   });
 }
 BENCHMARK(Circle)->Apply(grow);
+
+void CircleOnOneProcessor(benchmark::State& state) {
+  const bench::Processors one(1);
+  Circle(state);
+}
+BENCHMARK(CircleOnOneProcessor)->Apply(grow);
 
 void CircleWithWall(benchmark::State& state) {
   cut_places(state, [](Mesh_M::Mesh& mesh, const Floats& centre, const Floats& normal) {

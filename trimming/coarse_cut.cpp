@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
-#include "core/face_building.h"
 #include "core/undo_record.h"
 #include "holes/fill_driver.h"
-#include "holes/neighbourhood.h"
 #include "scanmesh/mesh.h"
 #include "trimming/tool_search.h"
 
@@ -57,29 +56,32 @@ int last_ring(Mesh_R::Hole& finder) {
 }
 
 // What a fill changes around a ring besides adding to it, kept so that a fill can be undone to the
-// bit: revoking takes away what was added and nothing else.
+// bit: revoking takes away what was added and nothing else. Collected without the visit marks of
+// the fill's own search, which would wipe out the states that are to be kept.
 class Surroundings {
  public:
   Surroundings(const Mesh_R::_hole* ring, float half_spacing) {
-    const scanmesh::FillScale scale = scanmesh::fill_scale(half_spacing);
-    for (_vert* vert : scanmesh::vertices_around(ring, std::max(scale.rings, kFillRings + 1) + 1)) {
-      verts_.push_back({vert, vert->vector, vert->flags});
-      for (int i = 0; i < vert->face_num; ++i) {
-        _face* const face = vert->face[i];
-        if (face->state < 0) continue;
-        scanmesh::flip_state(face);
-        faces_.push_back({face, face->vector, {face->vert[0], face->vert[1], face->vert[2]}});
+    for (int i = 0, n = ring->edges->size(); i < n; ++i) {
+      for (_vert* vert : (*ring->edges)[i]->vert) keep(vert);
+    }
+    const int depth = std::max(scanmesh::fill_scale(half_spacing).rings, kFillRings + 1);
+    std::size_t next = 0;
+    for (int row = 0; row < depth; ++row) {
+      for (const std::size_t end = verts_.size(); next < end; ++next) {
+        const _vert* const vert = verts_[next].vert;
+        for (int i = 0; i < vert->face_num; ++i) keep(vert->face[i]);
       }
     }
-    for (const SavedFace& saved : faces_) scanmesh::flip_state(saved.face);
   }
   void restore() const {
     for (const SavedVert& saved : verts_) {
       saved.vert->vector = saved.vector;
       saved.vert->flags = saved.flags;
+      saved.vert->state = saved.state;
     }
     for (const SavedFace& saved : faces_) {
       saved.face->vector = saved.vector;
+      saved.face->state = saved.state;
       std::copy_n(saved.vert, 3, saved.face->vert);
     }
   }
@@ -89,14 +91,29 @@ class Surroundings {
     _vert* vert;
     scanmesh::Vec3f vector;
     int32_t flags;
+    int16_t state;
   };
   struct SavedFace {
     _face* face;
     scanmesh::Vec3f vector;
+    int16_t state;
     _vert* vert[3];
   };
+
+  void keep(_vert* vert) {
+    if (!seen_.insert(vert).second) return;
+    verts_.push_back({vert, vert->vector, vert->flags, vert->state});
+  }
+  void keep(_face* face) {
+    if (!seen_.insert(face).second) return;
+    faces_.push_back(
+        {face, face->vector, face->state, {face->vert[0], face->vert[1], face->vert[2]}});
+    for (_vert* vert : face->vert) keep(vert);
+  }
+
   std::vector<SavedVert> verts_;
   std::vector<SavedFace> faces_;
+  std::unordered_set<const void*> seen_;
 };
 
 }  // namespace

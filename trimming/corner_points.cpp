@@ -61,7 +61,7 @@ _vert* opposite(const _face& face, const _edge& edge) {
 }
 
 // Puts a vertex at the rectangle's corner in place of the edge; false where the face beyond doesn't
-// reach inside.
+// reach inside, or is folded back as seen along the axis.
 bool pin(Mesh_M::Mesh& mesh, _face& face, const SeenFace& seen, const CurveFrame& frame,
          const PlaneCurve& curve) {
   const std::size_t apex = apex_before_centre(seen);
@@ -72,7 +72,13 @@ bool pin(Mesh_M::Mesh& mesh, _face& face, const SeenFace& seen, const CurveFrame
   _face* const beyond = edge->face[edge->face[0] == &face ? 1 : 0];
   _vert* const inner = opposite(*beyond, *edge);
   if (inner == nullptr || inner == face.vert[apex]) return false;
-  if (curve.sign(frame.flat(widened(inner->point))) > 0) return false;
+  const Point2 inner_flat = frame.flat(widened(inner->point));
+  std::array<double, 3> at_inner{};
+  if (curve.sign(inner_flat) > 0 ||
+      !corner_weights(seen.flat[0], seen.flat[1], seen.flat[2], inner_flat, at_inner) ||
+      at_inner[apex] >= 0) {
+    return false;
+  }
   Vec3d place{0, 0, 0};
   for (std::size_t k = 0; k < 3; ++k) {
     place = place + widened(face.vert[k]->point) * seen.weight[k];

@@ -119,6 +119,7 @@ int XTrimWithCurve::run(int kind, Worker worker, FBase* shape, const float* poin
   clear(out);
   int cursor = 0;
   std::vector<std::future<void>> tasks;
+  tasks.reserve(kTasks);
   for (int i = 0; i < kTasks; ++i) {
     tasks.push_back(std::async(std::launch::async, [&] {
       (this->*worker)(shape, cursor, points, pointCount, normals, triangles, faceCount, out, depth,

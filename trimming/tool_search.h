@@ -94,6 +94,7 @@ void select_within(Mesh_M::Mesh& mesh, const Tool& tool) {
   const int runs = one_and_a_half_processors();
   std::vector<std::vector<Mesh_R::_vert*>> kept(static_cast<std::size_t>(runs));
   std::vector<std::future<void>> tasks;
+  tasks.reserve(static_cast<std::size_t>(runs));
   for (int run = 0; run < runs; ++run) {
     tasks.push_back(std::async(std::launch::async, [&, run] {
       const auto [first, last] = slice(vertices, runs, run);

@@ -216,11 +216,16 @@ TEST(SearchRadiusFaces, fails_when_it_passes_over_as_many_edges_as_the_rim_has_e
       return mesh->vertex.get_vert_no(e->vert[0]) > 3 || mesh->vertex.get_vert_no(e->vert[1]) > 3;
     });
   }
+  mesh->vertex[7]->state = Mesh_R::kStateHighCurvature;
+  mesh->vertex[7]->flags = 3;
   _vert tool = tool_at({0, 0, 0});
   const std::string said =
       output_of([&] { EXPECT_EQ(MeshAccess::search_radius(*mesh, 0.5F, 1, &tool), -1); });
   EXPECT_EQ(said, "6 tmpn == searchHoleVertNum\n");
   EXPECT_TRUE(everything(*mesh) == before);
+  EXPECT_EQ(mesh->vertex[7]->state, Mesh_R::kStateHighCurvature);
+  EXPECT_EQ(mesh->vertex[7]->flags, 3);
+  mesh->vertex[7]->state = Mesh_R::kStateLive;
   expect_clean(*mesh);
 }
 

@@ -1,11 +1,8 @@
-// Openings in whole meshes: the coarse cut, the curve, walls, refusals.
+// Openings in whole meshes: rims on their curves, walls, both forms.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -16,6 +13,7 @@
 #include "tests/support/live_geometry.h"
 #include "tests/support/shapes.h"
 #include "tests/support/snapshots.h"
+#include "tests/trimming/openings.h"
 #include "tests/trimming/trim_tools.h"
 
 namespace {
@@ -23,101 +21,6 @@ namespace {
 using namespace test_support;
 using Mesh_M::Mesh;
 using Mesh_R::_vert;
-
-constexpr const char* kRefused = "无法切割孔！\n";
-
-// The values of an opening, as the list forms take them.
-struct Opening {
-  std::vector<float> centre{0, 0, 0};
-  std::vector<float> normal{0, 0, 1};
-  std::vector<float> dir{1, 0, 0};
-  float spacing = 0.5F;
-  float depth = 1;
-  bool wall = false;
-};
-
-void cut_circle(Mesh& mesh, float radius, float reach, const Opening& o = {}) {
-  mesh.trimWithCircle({radius}, {reach}, o.spacing, o.centre, o.normal, o.depth, o.wall);
-}
-void cut_slot(Mesh& mesh, float a, float b, float c, const Opening& o = {}) {
-  mesh.trimWithOval({a}, {b}, {c}, o.spacing, o.centre, o.normal, o.dir, o.depth, o.wall);
-}
-void cut_rectangle(Mesh& mesh, float a, float b, float c, const Opening& o = {}) {
-  mesh.trimWithRectangle({a}, {b}, {c}, o.spacing, o.centre, o.normal, o.dir, o.depth, o.wall);
-}
-
-// A vertex as seen along the axis of an opening.
-scanmesh::Point2 seen(const _vert& v, const Opening& o) {
-  const double e1[3] = {o.dir[0], o.dir[1], o.dir[2]};
-  const double n[3] = {o.normal[0], o.normal[1], o.normal[2]};
-  const double e2[3] = {n[1] * e1[2] - n[2] * e1[1], n[2] * e1[0] - n[0] * e1[2],
-                        n[0] * e1[1] - n[1] * e1[0]};
-  const double p[3] = {v.point.x - o.centre[0], v.point.y - o.centre[1], v.point.z - o.centre[2]};
-  return {p[0] * e1[0] + p[1] * e1[1] + p[2] * e1[2], p[0] * e2[0] + p[1] * e2[1] + p[2] * e2[2]};
-}
-
-// How far a point of the plane is from each curve.
-double off_circle(const scanmesh::Point2& p, double radius) {
-  return std::fabs(std::hypot(p.x, p.y) - radius);
-}
-double off_slot(const scanmesh::Point2& p, double a, double b) {
-  const double x = std::max(0.0, std::fabs(p.x) - (a - b));
-  return std::fabs(std::hypot(x, p.y) - b);
-}
-double off_rectangle(const scanmesh::Point2& p, double a, double b) {
-  const double x = std::fabs(p.x) - a;
-  const double y = std::fabs(p.y) - b;
-  if (x > 0 && y > 0) return std::hypot(x, y);
-  return std::fabs(std::max(x, y));
-}
-
-// The ring of open edges that isn't the border of the sheet: the shortest in space.
-std::vector<const _vert*> opening_rim(Mesh& mesh, const Opening& o) {
-  std::vector<const _vert*> best;
-  double least = 1e30;
-  for (const auto& ring : open_rings(mesh)) {
-    double farthest = 0;
-    for (const _vert* v : ring) {
-      const scanmesh::Point2 p = seen(*v, o);
-      farthest = std::max(farthest, std::hypot(p.x, p.y));
-    }
-    if (!ring.empty() && farthest < least) {
-      least = farthest;
-      best = ring;
-    }
-  }
-  return best;
-}
-
-// What holds after every trim, whatever was cut.
-void expect_sound(Mesh& mesh, std::size_t rings) {
-  EXPECT_TRUE(adjacency_holds(mesh));
-  EXPECT_EQ(crowded_edges(mesh), 0);
-  EXPECT_EQ(marked_records(mesh), 0);
-  EXPECT_TRUE(all_states_default(mesh));
-  const auto found = open_rings(mesh);
-  EXPECT_EQ(found.size(), rings);
-  for (const auto& ring : found) EXPECT_FALSE(ring.empty());
-  for (int i = 0; i < mesh.vertex.get_vertnum(); ++i) {
-    const _vert* const v = mesh.vertex[i];
-    if (v->state == Mesh_R::kStateDeleted) continue;
-    EXPECT_TRUE(std::isfinite(v->point.x + v->point.y + v->point.z)) << i;
-    EXPECT_GT(v->face_num, 0) << i;
-  }
-}
-
-void expect_rim_on(Mesh& mesh, const Opening& o, double size,
-                   const std::function<double(const scanmesh::Point2&)>& off) {
-  const auto rim = opening_rim(mesh, o);
-  ASSERT_GE(rim.size(), 8U);
-  // A crossing nearer than 0.001 to a vertex of the mesh is that vertex.
-  std::size_t snapped = 0;
-  for (const _vert* v : rim) {
-    EXPECT_LE(off(seen(*v, o)), std::max(1e-3, 1e-4 * size));
-    snapped += off(seen(*v, o)) > 1e-4 * size;
-  }
-  EXPECT_LE(snapped, rim.size() / 20);
-}
 
 TEST(TrimWithCircle, puts_the_rim_on_the_circle) {
   for (const float noise : {0.0F, 0.15F}) {
@@ -315,210 +218,11 @@ TEST(TrimWithCircle, makes_the_same_mesh_at_every_run) {
   for (int i = 0; i < 5; ++i) EXPECT_TRUE(identical(run(), first));
 }
 
-TEST(TrimWithCircle, leaves_a_small_circle_at_the_coarse_cut) {
-  const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
-  const Geometry before = geometry(*mesh);
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 1.39F, 4); }), "");
-  expect_sound(*mesh, 1);
-  EXPECT_FALSE(geometry(*mesh) == before);
-  EXPECT_TRUE(geometry(*mesh).boundary == before.boundary);
-}
-
-TEST(TrimWithOval, leaves_a_small_slot_at_the_coarse_cut) {
-  const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
-  const Geometry before = geometry(*mesh);
-  cut_slot(*mesh, 1.99F, 1.5F, 4);
-  expect_sound(*mesh, 1);
-  EXPECT_FALSE(geometry(*mesh) == before);
-  EXPECT_TRUE(geometry(*mesh).boundary == before.boundary);
-}
-
-TEST(TrimWithRectangle, leaves_one_of_small_second_size_at_the_coarse_cut) {
-  const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
-  const Geometry before = geometry(*mesh);
-  cut_rectangle(*mesh, 6, 1.39F, 8);
-  expect_sound(*mesh, 1);
-  EXPECT_FALSE(geometry(*mesh) == before);
-  EXPECT_TRUE(geometry(*mesh).boundary == before.boundary);
-}
-
-TEST(TrimWithRectangle, asks_its_first_size_for_nothing) {
-  const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
-  cut_rectangle(*mesh, 1, 3, 5);
-  expect_sound(*mesh, 2);
-}
-
-TEST(ShapeTrims, cut_nothing_for_a_wall_of_negative_depth) {
-  Opening o;
-  o.wall = true;
-  o.depth = -1;
-  for (int shape = 0; shape < 3; ++shape) {
-    const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
-    const Geometry before = geometry(*mesh);
-    if (shape == 0) cut_circle(*mesh, 4, 5.5F, o);
-    if (shape == 1) cut_slot(*mesh, 4, 2, 7, o);
-    if (shape == 2) cut_rectangle(*mesh, 4, 2, 7, o);
-    expect_sound(*mesh, 1);
-    EXPECT_TRUE(geometry(*mesh).boundary == before.boundary);
-  }
-}
-
-TEST(TrimWithCircle, prints_a_line_for_what_it_cannot_cut_and_leaves_the_mesh) {
-  const auto mesh = sheet(40, 0.5F, 0.4F, 0.1F).mesh();
-  const Geometry before = geometry(*mesh);
-  Opening o;
-  o.centre = {9, 0, 0};
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 3, 4, o); }), kRefused);
-  EXPECT_TRUE(geometry(*mesh) == before);
-  o.centre = {300, 0, 0};
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 3, 4, o); }), kRefused);
-  EXPECT_TRUE(geometry(*mesh) == before);
-  expect_sound(*mesh, 1);
-}
-
-TEST(ShapeTrims, other_shapes_are_left_out_in_silence) {
-  const auto mesh = sheet(40, 0.5F, 0.4F, 0.1F).mesh();
-  const Geometry before = geometry(*mesh);
-  Opening o;
-  o.centre = {9, 0, 0};
-  EXPECT_EQ(output_of([&] { cut_slot(*mesh, 3, 2, 5, o); }), "");
-  EXPECT_EQ(output_of([&] { cut_rectangle(*mesh, 3, 2, 5, o); }), "");
-  EXPECT_TRUE(geometry(*mesh) == before);
-  expect_sound(*mesh, 1);
-}
-
-TEST(TrimWithCircle, goes_on_after_one_that_it_cannot_cut) {
-  const auto mesh = sheet(80, 0.5F, 0.4F, 0.1F).mesh();
-  const std::string said = output_of([&] {
-    mesh->trimWithCircle({3, 3, 3, 3}, {4, 4, 4, 4}, 0.5F,
-                         {-10, 0, 0, 19, 0, 0, 0, 0, 0, 500, 0, 0},
-                         {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1});
-  });
-  EXPECT_EQ(said, std::string(kRefused) + kRefused);
-  expect_sound(*mesh, 3);
-}
-
 // The second lies across the rim of the first. Where its coarse cut finds no closed rim, it is left
 // out; the single form cuts the curve all the same.
-TEST(TrimWithCircle, leaves_out_an_opening_across_the_rim_of_another) {
-  const auto mesh = sheet(80, 0.5F, 0.4F, 0.1F).mesh();
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 4, 5.5F); }), "");
-  const Geometry after_first = geometry(*mesh);
-  Opening o;
-  o.centre = {6, 0, 0};
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 4, 5.5F, o); }), kRefused);
-  EXPECT_TRUE(geometry(*mesh) == after_first);
-  expect_sound(*mesh, 2);
-}
-
-TEST(TrimWithCircle, single_form_joins_an_opening_to_another) {
-  const auto mesh = sheet(80, 0.5F, 0.4F, 0.1F).mesh();
-  EXPECT_EQ(output_of([&] { cut_circle(*mesh, 4, 5.5F); }), "");
-  _vert tool = tool_at({6, 0, 0});
-  EXPECT_EQ(output_of([&] { mesh->trimWithCircle(6, 0.5F, &tool); }), "");
-  expect_sound(*mesh, 2);
-  const auto rim = opening_rim(*mesh, {});
-  int first = 0;
-  int second = 0;
-  for (const _vert* v : rim) {
-    const bool on_first = off_circle({v->point.x, v->point.y}, 4) < 2e-3;
-    const bool on_second = off_circle({v->point.x - 6, v->point.y}, 4) < 2e-3;
-    EXPECT_TRUE(on_first || on_second);
-    first += on_first;
-    second += on_second;
-  }
-  EXPECT_GT(first, 10);
-  EXPECT_GT(second, 10);
-}
-
 // A wider one around the first fills it and cuts anew.
-TEST(TrimWithCircle, cuts_a_wider_opening_over_the_first) {
-  const auto mesh = sheet(80, 0.5F, 0.4F, 0.1F).mesh();
-  EXPECT_EQ(output_of([&] {
-              mesh->trimWithCircle({3, 5}, {4.5F, 7}, 0.5F, {0, 0, 0, 0, 0, 0}, {0, 0, 1, 0, 0, 1});
-            }),
-            "");
-  expect_sound(*mesh, 2);
-  expect_rim_on(*mesh, {}, 5, [](const scanmesh::Point2& p) { return off_circle(p, 5); });
-}
-
-TEST(TrimWithCircle, single_form_cuts_2_within_its_tool) {
-  const auto mesh = sheet(80, 0.5F, 0.4F, 0.1F).mesh();
-  _vert tool = tool_at({0, 0, 0});
-  EXPECT_EQ(output_of([&] { mesh->trimWithCircle(6.5F, 0.5F, &tool); }), "");
-  expect_sound(*mesh, 2);
-  expect_rim_on(*mesh, {}, 4.5, [](const scanmesh::Point2& p) { return off_circle(p, 4.5); });
-}
-
-TEST(TrimWithCircle, single_form_cuts_even_after_a_refusal) {
-  const auto mesh = sheet(40, 0.5F, 0.4F, 0.1F).mesh();
-  _vert tool = tool_at({6, 0, 0});
-  EXPECT_EQ(output_of([&] { mesh->trimWithCircle(5, 0.5F, &tool); }), "");
-  expect_sound(*mesh, 2);
-  Opening o;
-  o.centre = {6, 0, 0};
-  expect_rim_on(*mesh, o, 3, [](const scanmesh::Point2& p) { return off_circle(p, 3); });
-}
-
 // Marks that somebody left, and normals that are out of date.
-TEST(ShapeTrims, reset_marks_and_normals_for_an_empty_list) {
-  for (int shape = 0; shape < 3; ++shape) {
-    const auto mesh = sheet(10, 1, 0.4F).mesh();
-    const Geometry before = geometry(*mesh);
-    const Points normals = vertex_normals_of(*mesh);
-    for (int i = 0; i < mesh->vertex.get_vertnum(); i += 2) {
-      mesh->vertex[i]->order = 5;
-      mesh->vertex[i]->searched = true;
-      mesh->vertex[i]->reached = true;
-      mesh->vertex[i]->vector = {1, 0, 0};
-      mesh->face[i]->searched = true;
-    }
-    if (shape == 0) mesh->trimWithCircle({}, {}, 0.5F, {}, {});
-    if (shape == 1) mesh->trimWithOval({}, {}, {}, 0.5F, {}, {}, {});
-    if (shape == 2) mesh->trimWithRectangle({}, {}, {}, 0.5F, {}, {}, {}, 1, false);
-    EXPECT_EQ(marked_records(*mesh), 0);
-    EXPECT_TRUE(identical(vertex_normals_of(*mesh), normals));
-    EXPECT_TRUE(geometry(*mesh) == before);
-  }
-}
-
-TEST(ShapeTrims, say_nothing_of_a_mesh_without_vertices) {
-  Mesh mesh;
-  mesh.inalize();
-  EXPECT_EQ(output_of([&] {
-              cut_circle(mesh, 4, 5);
-              cut_slot(mesh, 4, 2, 7);
-              cut_rectangle(mesh, 4, 2, 7);
-              _vert tool = tool_at({0, 0, 0});
-              mesh.trimWithCircle(5, 1, &tool);
-            }),
-            "");
-  EXPECT_EQ(mesh.vertex.get_vertnum(), 0);
-}
-
 // Openings at random places of a noisy sheet, of all shapes, some of them overlapping or at the
 // border: whatever is cut or refused, the mesh stays sound.
-TEST(ShapeTrims, leave_a_sound_mesh_whatever_they_meet) {
-  Random random(77);
-  for (int round = 0; round < 12; ++round) {
-    const auto mesh = sheet(70, 0.6F, 0.5F, 0.2F, static_cast<uint64_t>(round)).mesh();
-    static_cast<void>(output_of([&] {
-      for (int i = 0; i < 5; ++i) {
-        Opening o;
-        o.centre = {17 * random.signed_unit(), 17 * random.signed_unit(), 0};
-        const float angle = 3 * random.signed_unit();
-        o.dir = {std::cos(angle), std::sin(angle), 0};
-        o.wall = random.below(3) == 0;
-        const int shape = random.below(3);
-        if (shape == 0) cut_circle(*mesh, 3, 4.5F, o);
-        if (shape == 1) cut_slot(*mesh, 4, 2, 7, o);
-        if (shape == 2) cut_rectangle(*mesh, 3, 2, 5.5F, o);
-      }
-    }));
-    EXPECT_TRUE(adjacency_holds(*mesh)) << round;
-    EXPECT_EQ(marked_records(*mesh), 0);
-    EXPECT_TRUE(all_states_default(*mesh));
-  }
-}
-
+// Axes of no length, directions along the axis, sizes that aren't numbers.
 }  // namespace
