@@ -95,10 +95,8 @@ PlyBody read_ply_file(StreamOwner file, const std::string& name, PlyHeader& head
   bool ran_out = false;
   PlyHeader checked;
   if (!parse_ply_header(bytes.begin(), bytes.end(), PlyGrammar::kCheck, checked, messages,
-                        ran_out)) {
-    return {};
-  }
-  if (!parse_ply_header(bytes.begin(), bytes.end(), PlyGrammar::kRead, header, messages, ran_out)) {
+                        ran_out) ||
+      !parse_ply_header(bytes.begin(), bytes.end(), PlyGrammar::kRead, header, messages, ran_out)) {
     messages << "[PLYReader] : cannot not read header\n";
     return {};
   }

@@ -64,7 +64,6 @@ void insert_faces(Mesh& mesh, const TriMeshData& data) {
 int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
   scanmesh::StreamOwner stream(file);
   if (!scanmesh::memory_suffices(scanmesh::memory_status())) return kNotEnoughMemory;
-  bool touched = false;
   try {
     scanmesh::PlyHeader header;
     const scanmesh::PlyBody body =
@@ -73,12 +72,11 @@ int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
     const int64_t astray = count_astray(data);
     scanmesh::tell_invalid_faces(body.invalid + astray, static_cast<int32_t>(data.nb_face - astray),
                                  std::cerr);
-    touched = true;
     mesh.inalize();
     insert_vertices(mesh, data);
     insert_faces(mesh, data);
   } catch (const std::bad_alloc&) {
-    if (touched) mesh.free();
+    mesh.free();
     return kOutOfMemory;
   }
   return kRead;

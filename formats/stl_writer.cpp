@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/live_records.h"
 #include "core/vector_math.h"
 #include "formats/binary_stream.h"
 #include "formats/stl_parsing.h"
@@ -33,10 +34,8 @@ void store_point(const MemS::Point3v<float>& point, unsigned char* bytes) {
   scanmesh::store_f32(point.z, bytes + 8);
 }
 
-void append_facet(const Mesh_R::_face& face, std::vector<unsigned char>& buffer) {
-  const std::size_t at = buffer.size();
-  buffer.resize(at + scanmesh::kStlFacetBytes, 0);
-  unsigned char* const bytes = buffer.data() + at;
+// The attribute bytes behind the corners aren't touched.
+void store_facet(const Mesh_R::_face& face, unsigned char* bytes) {
   store_point(face.vector, bytes);
   for (int i = 0; i < 3; ++i) store_point(face.vert[i]->point, bytes + 12 * (i + 1));
 }
@@ -60,15 +59,17 @@ void Face::output(FILE* stream) {
   scanmesh::store_u32(static_cast<uint32_t>(count), head + scanmesh::kStlHeaderBytes);
   std::fwrite(head, 1, sizeof(head), stream);
 
-  std::vector<unsigned char> buffer;
-  buffer.reserve(kFacetsPerWrite * scanmesh::kStlFacetBytes);
-  for (int i = 0; i < total; ++i) {
-    if (is_written(records[i])) append_facet(records[i], buffer);
-    if (buffer.size() == kFacetsPerWrite * scanmesh::kStlFacetBytes || i + 1 == total) {
-      std::fwrite(buffer.data(), 1, buffer.size(), stream);
-      buffer.clear();
-    }
-  }
+  std::vector<unsigned char> buffer(kFacetsPerWrite * scanmesh::kStlFacetBytes, 0);
+  std::size_t used = 0;
+  scanmesh::for_each_in(records, 0, total, [&](int, const _face& face) {
+    if (!is_written(face)) return;
+    store_facet(face, buffer.data() + used);
+    used += scanmesh::kStlFacetBytes;
+    if (used < buffer.size()) return;
+    std::fwrite(buffer.data(), 1, used, stream);
+    used = 0;
+  });
+  std::fwrite(buffer.data(), 1, used, stream);
   std::fflush(stream);
 }
 

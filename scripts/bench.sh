@@ -100,6 +100,7 @@ compare_all() {
     "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)" "$(nproc)" \
     "$("${CXX:-c++}" --version | head -n 1)"
   "$build/bench/peers/peers_load" "$scan" "$split" --rounds "$rounds"
+  "$build/bench/peers/peers_files" "$split" --rounds "$rounds"
   "$build/bench/peers/peers_simplify" "$scan" "$split" --rounds "$rounds"
   "$build/bench/peers/peers_smooth" "$scan" "$split" --rounds "$rounds"
   "$build/bench/peers/peers_reconstruct" "$scan" --rounds "$rounds"
@@ -108,6 +109,7 @@ compare_all() {
   "$build/bench/peers/peers_hole_share" "$scan" "$split" --rounds "$rounds"
   "$build/bench/peers/peers_memory" fresh
   "$build/bench/peers/peers_memory" "$split"
+  "$build/bench/peers/peers_memory" writers "$split"
   "$build/bench/peers/peers_growth" "$most" "$out/growth.stl"
   compare_patches
   compare_points

@@ -47,13 +47,60 @@ int measure_loaded(const std::string& path) {
   return 0;
 }
 
+// The most that was resident since `forget_peak`, MiB; 0 where the system doesn't tell.
+double recent_peak_mib() {
+  std::FILE* const file = std::fopen("/proc/self/status", "r");
+  if (file == nullptr) return 0;
+  char line[256];
+  long kibibytes = 0;
+  while (std::fgets(line, sizeof(line), file) != nullptr) {
+    if (std::sscanf(line, "VmHWM: %ld", &kibibytes) == 1) break;
+  }
+  std::fclose(file);
+  return static_cast<double>(kibibytes) / 1024.0;
+}
+void forget_peak() {
+  std::FILE* const file = std::fopen("/proc/self/clear_refs", "w");
+  if (file == nullptr) return;
+  std::fputs("5", file);
+  std::fclose(file);
+}
+
+int measure_writers(const std::string& path) {
+  Mesh_M::Mesh mesh;
+  std::FILE* const file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr || mesh.input_data(file) != 0) return 1;
+  mesh.inalize_mesh();
+  const std::string out = path + ".written";
+  const std::wstring wide(out.begin(), out.end());
+  demo::Table table({"writer", "MiB beyond the mesh, at most"});
+  const auto measure = [&](const char* name, auto write) {
+    forget_peak();
+    const double before = demo::resident_memory_mib();
+    write();
+    table.add({name, demo::number(recent_peak_mib() - before, 2)});
+  };
+  measure("output_OBJ", [&] { mesh.output_OBJ(wide.c_str()); });
+  measure("output_PLY", [&] { mesh.output_PLY(wide.c_str()); });
+  measure("output_STL", [&] { mesh.output_STL(out.c_str()); });
+  measure("output_WRL", [&] { mesh.output_WRL(out.c_str()); });
+  measure("output_X3D", [&] { mesh.output_X3D(out.c_str()); });
+  measure("output_DAE", [&] { mesh.output_DAE(out.c_str()); });
+  measure("output_XYZ", [&] { mesh.output_XYZ(out.c_str()); });
+  std::remove(out.c_str());
+  std::printf("Memory of writing %s faces:\n\n%s\n", demo::count(mesh.face.real_num).c_str(),
+              table.text().c_str());
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::fprintf(stderr, "usage: %s fresh | SCAN.stl\n", argv[0]);
+    std::fprintf(stderr, "usage: %s fresh | [writers] SCAN.stl\n", argv[0]);
     return 2;
   }
+  if (argc == 3) return measure_writers(argv[2]);
   const std::string what = argv[1];
   return what == "fresh" ? measure_fresh() : measure_loaded(what);
 }

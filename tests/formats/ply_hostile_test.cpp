@@ -305,7 +305,7 @@ TEST(HostilePly, random_changes_of_good_files_never_go_beyond_the_bytes) {
   for (const PlyForm form : kAllForms) {
     const std::string good = rich_file(form);
     Mutation mutation(static_cast<uint64_t>(form) + 40);
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 10000; ++i) {
       const std::string bytes = mutation.of(good);
       TriMeshData data;
       taken += read_exact(bytes, data) ? 1 : 0;
@@ -316,7 +316,7 @@ TEST(HostilePly, random_changes_of_good_files_never_go_beyond_the_bytes) {
       }
     }
   }
-  EXPECT_GT(taken, 3000);  // many changes leave a file that reads
+  EXPECT_GT(taken, 1500);  // many changes leave a file that reads
 }
 
 TEST(HostilePly, random_changes_leave_a_mesh_that_can_be_worked_on) {
@@ -327,7 +327,7 @@ TEST(HostilePly, random_changes_leave_a_mesh_that_can_be_worked_on) {
   for (const PlyForm form : kAllForms) {
     const std::string good = test_support::ply_of(soup, form);
     Mutation mutation(static_cast<uint64_t>(form) + 90);
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < 150; ++i) {
       test_support::write_file(path, mutation.of(good));
       Mesh_M::Mesh mesh;
       if (mesh.input_ply_data(path.c_str()) != 0) {
@@ -341,7 +341,7 @@ TEST(HostilePly, random_changes_leave_a_mesh_that_can_be_worked_on) {
     }
   }
   std::remove(path.c_str());
-  EXPECT_GT(loaded, 100);
+  EXPECT_GT(loaded, 40);
 }
 
 }  // namespace

@@ -120,7 +120,7 @@ TEST(TextCursor, takes_numbers_as_a_stream_takes_them) {
 
 TEST(TextCursor, real_gives_the_nearest_float_for_numbers_of_every_length_and_size) {
   Random random(5);
-  for (int i = 0; i < 400000; ++i) {
+  for (int i = 0; i < 150000; ++i) {
     uint32_t bits = static_cast<uint32_t>(random.next());
     float value = 0;
     std::memcpy(&value, &bits, sizeof(value));
@@ -157,7 +157,7 @@ TEST(TextCursor, real_is_right_next_to_the_middle_between_two_floats) {
 TEST(TextCursor, random_characters_are_taken_as_a_stream_takes_them) {
   Random random(7);
   const std::string letters = "0123456789..eE+-  \nx,";
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 100000; ++i) {
     std::string text;
     for (int k = random.below(12); k >= 0; --k) {
       text += letters[static_cast<std::size_t>(random.below(static_cast<int>(letters.size())))];
