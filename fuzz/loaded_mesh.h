@@ -19,9 +19,8 @@ inline FILE* open_bytes(const uint8_t* data, std::size_t size) {
   return stream;
 }
 
-inline void require_adjacency(Mesh_M::Mesh& mesh, const char* when) {
-  const auto adjacency =
-      test_support::adjacency_holds(mesh, test_support::RepeatedCorners::kAllowed);
+inline void require_adjacency(Mesh_M::Mesh& mesh, const char* when, bool parallel_edges = false) {
+  const auto adjacency = test_support::adjacency_holds(mesh, {true, parallel_edges});
   if (!adjacency) std::fprintf(stderr, "%s\n", adjacency.message());
   require(adjacency, when);
 }

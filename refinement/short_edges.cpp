@@ -82,6 +82,11 @@ class ShortEdges {
     _vert* corner[3];
     for (int k = 0; k < 3; ++k) corner[k] = face->vert[k] == gone ? keep : face->vert[k];
     if (corner[0] == corner[1] || corner[1] == corner[2] || corner[2] == corner[0]) return;
+    // Where flips have left two edges between the same ends, the faces of the second can take the
+    // last face of a corner along: it has no lists any more that could name a new face.
+    for (const _vert* vert : corner) {
+      if (vert->state == Mesh_R::kStateDeleted) return;
+    }
     Vec3f normal = face->vector;
     if (mesh_.resolution.enabled) {
       mesh_.insert_face2(corner[0], corner[1], corner[2], normal);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # What a change should pass before it is sent: format, lint, tests, sanitizers.
 #   check.sh                  all of it
-#   check.sh format tidy ...  some of it: format, tidy, tests, threads, windows
+#   check.sh format tidy ...  some of it: format, tidy, tests, threads, docs, fuzz, tour, windows
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 builds=${SCANMESH_BUILD_ROOT:-$root/build}
@@ -47,6 +47,22 @@ check_threads() {
     ctest --test-dir "$build" --no-tests=error --output-on-failure -j "$jobs" | tail -n 40
 }
 
+check_docs() {
+  echo "== docs"
+  "$root/scripts/docs.sh" "$builds/docs"
+}
+
+check_fuzz() {
+  echo "== fuzz"
+  "$root/scripts/fuzz.sh" 60
+}
+
+check_tour() {
+  echo "== tour"
+  "$root/scripts/demo.sh" --report >/dev/null
+  "$root/scripts/tour/check.sh" "$builds/demo/out/bunny_repaired.html"
+}
+
 # The Windows side of the platform, and everything above it: compiled, not run.
 check_windows() {
   echo "== windows"
@@ -57,10 +73,10 @@ check_windows() {
       -DSCANMESH_BUILDING -Iinclude -I. -isystem /usr/include/eigen3
 }
 
-[[ $# -eq 0 ]] && set -- format tidy tests threads windows
+[[ $# -eq 0 ]] && set -- format tidy tests threads docs fuzz tour windows
 for step in "$@"; do
   case "$step" in
-    format | tidy | tests | threads | windows) "check_$step" ;;
+    format | tidy | tests | threads | docs | fuzz | tour | windows) "check_$step" ;;
     *) echo "check.sh: unknown step $step" >&2; exit 2 ;;
   esac
 done

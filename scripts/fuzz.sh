@@ -31,7 +31,7 @@ for target in "${targets[@]}"; do
   mkdir -p "$corpus" "$build/findings"
   kept=("$root/fuzz/seeds/$target")
   [[ ! -d $root/fuzz/regressions/$target ]] || kept+=("$root/fuzz/regressions/$target")
-  options=(-max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 -print_final_stats=1 -close_fd_mask=1
+  options=(-max_total_time="$seconds" -max_len=4096 -timeout=25 -rss_limit_mb=4096 -print_final_stats=1 -close_fd_mask=1
            -artifact_prefix="$build/findings/$target-")
   [[ ! -f $root/fuzz/$target.dict ]] || options+=(-dict="$root/fuzz/$target.dict")
   echo "== $target"

@@ -3,6 +3,8 @@
 #   setup.sh             to build, run the demo and run the tests
 #   setup.sh --check     also what scripts/check.sh uses
 #   setup.sh --render    also what scripts/render.sh uses
+#   setup.sh --coverage  also what scripts/coverage.sh uses
+#   setup.sh --docs      also what scripts/docs.sh uses
 #   setup.sh --report    also what demo.sh --report and the test of its page use
 #   setup.sh --windows    also the cross compiler that scripts/check.sh windows uses
 #   setup.sh --peers     also the mesh libraries that bench/peers compares with
@@ -14,6 +16,8 @@ for option in "$@"; do
   case "$option" in
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
     --windows) packages+=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev) ;;
+    --coverage) packages+=(gcovr) ;;
+    --docs) packages+=(doxygen) ;;
     --report)
       packages+=(chromium)
       # Node and its package manager come from elsewhere on some machines.

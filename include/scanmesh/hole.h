@@ -49,9 +49,13 @@ class SCANMESH_API Hole {
   void inalize(int blockSize, int tableSize);
   /// Destroys all rings, frees the lists; the last fill can no longer be revoked.
   void free();
+  /// Binds the finder to a store of edges.
   void getEdge(Edge* edges);
+  /// Binds it to a store of faces.
   void getFace(Face* faces);
+  /// Binds it to a store of vertices.
   void getVertex(Vertex* vertices);
+  /// The ring of a cell; null for an empty one.
   _hole* operator[](int i) { return holes[i]; }
 
   /// All rings of the mesh. Scans the edges on as many threads as there are processors.
@@ -62,15 +66,20 @@ class SCANMESH_API Hole {
   void build_smallhole(int limit);
   /// The ring through the edge, walked over face fans. `reference` isn't read.
   void build_hole_temp(_edge* start, float* const reference);
+  /// The same by another walk; `reference` isn't read either.
   void build_hole_temp_oval(_edge* start, float* const reference);
   /// The rim of a patch cut by selection, at most `maxEdges` long; `reference` is a point, x y z.
   void build_hole_trim(_edge* start, int maxEdges, float* const reference);
 
   /// One walk each; appends a new ring.
   _hole* gethole(_edge* start);
+  /// The walk of build_smallhole.
   _hole* gethole_smallHole(_edge* start, int limit);
+  /// The walk of build_hole_temp.
   _hole* gethole_temp(_edge* start, float* const reference);
+  /// The walk of build_hole_temp_oval.
   _hole* gethole_temp_oval(_edge* start, float* const reference);
+  /// The walk of build_hole_trim.
   _hole* gethole_trim(_edge* start, int maxEdges, float* const reference);
 
   /// Keeps a walked ring (true) or destroys it (false).

@@ -84,9 +84,13 @@ class SCANMESH_API Mesh {
   void free();
   /// Compaction of vertices, edges, faces: a last step before the mesh is read out.
   void sort_out_mem();
+  /// Stores the centre of the bounding box.
   void set_Center(MemS::Point3v<float> center);
+  /// Stores the spacing of the scan.
   void setResolutionParam(const mesh_resolution_param& param);
+  /// Replaces the progress callback; empty for none.
   void setProcessStepCallback(ProcessStepCallback callback);
+  /// A copy of the progress callback.
   ProcessStepCallback getProcessStepCallback();
   /// Does nothing; it stands for hosts that call it.
   void Memory_optimization(double&, int&, int&);
@@ -138,17 +142,21 @@ class SCANMESH_API Mesh {
   float* get_hole_index(int hole, int& n);
   /// Cells of the hole list, empty ones included.
   int get_hole_num();
-  /// Position, or normal, x y z per live vertex; `n` counts vertices; null when there are none.
+  /// Position, x y z, per live vertex; `n` counts vertices; null when there are none.
   float* getvert_poision(int& n);
+  /// The normals likewise.
   float* getvert_vector(int& n);
+  /// `flags` of each live vertex.
   int* getvert_flags(int& n);
-  /// Positions in live order of the vertices with kTagFine (kTagProtected); null when there are
-  /// none.
+  /// Positions in live order of the vertices with kTagFine; null when there are none.
   int* getvert_fine(int& n);
+  /// The same for kTagProtected.
   int* getvert_protected(int& n);
+  /// Normal, x y z, per live face; `n` counts faces; null when there are none.
   float* getface_vector(int& n);
   /// Positions in live order of the faces with the tag on any corner; null when there are none.
   int* getface_fine(int& n);
+  /// The same for kTagProtected.
   int* getface_prtotectded(int& n);
   /// Fills memory that the caller's pointers name: `points[3 k]` and `vectors[3 k]` are cells of
   /// which the first twelve bytes receive position and normal of the k-th live vertex, `flags[k]`
@@ -165,8 +173,8 @@ class SCANMESH_API Mesh {
   /// closed where the facets had been read by then); -2 no facet count; -3 a count below 1 (stream
   /// still open for these two). Follow with inalize_mesh().
   int input_data(FILE* stream);
-  /// Reads ASCII STL; false on any fault, with the mesh untouched, or freed when memory ran out. The
-  /// stream stays open.
+  /// Reads ASCII STL; false on any fault, with the mesh untouched, or freed when memory ran out.
+  /// The stream stays open.
   bool input_data_ASCII(FILE* stream);
   /// Reads a PLY file, see ply_reader_writer::PLY_Reader: every vertex in file order, nothing is
   /// welded; a face that names a vertex that isn't there is left out and counted in the reader's
@@ -286,6 +294,7 @@ class SCANMESH_API Mesh {
   void build_hole();
   /// Finds the rings of at most `limit` edges.
   void build_smallhole(int limit);
+  /// Frees the rings; the last fill can no longer be revoked.
   void destroy_hole();
   /// Fills a ring of the list; its cell must not be empty. `f` is half of the scan's spacing.
   void fill_hole_No(int hole, float f);
@@ -314,6 +323,7 @@ class SCANMESH_API Mesh {
   /// be flipped: not exactly two faces on it and on each of the four edges around, or an end with
   /// fewer than four edges.
   double Mesh_Swap_Value(const fmx::edge_area& area) const;
+  /// The same, with the neighbourhood taken from the edge.
   double Mesh_Swap_Value(Mesh_R::_edge* edge) const;
   /// Flips the edge; false, with nothing done, for an `invalid` one.
   bool Mesh_Swap_Edge(const fmx::edge_area& area);

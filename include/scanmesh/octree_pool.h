@@ -99,7 +99,9 @@ class SCANMESH_API F_OctTree {
   int32_t block = 0;
 
   F_OctTree();
+  /// Copies share the block.
   F_OctTree(const F_OctTree&) = default;
+  /// The same.
   F_OctTree& operator=(const F_OctTree& other);
 };
 

@@ -113,6 +113,7 @@ class SCANMESH_API Vertex {
   void insert_edge(_vert* vert, _edge* edge);
   /// Appends the face to its three corners.
   void insert_face(_face* face);
+  /// Appends the face to one vertex.
   void insert_face(_vert* vert, _face* face);
   /// First edge in the list of `a` that ends at `b`; null when there is none or `a` is null.
   _edge* find_edge(_vert* a, _vert* b);
@@ -147,7 +148,9 @@ class SCANMESH_API Vertex {
   /// A null stream is replaced by "tex.asc" in the working directory.
   void output(FILE* stream);
 
+  /// A record by its number.
   _vert* operator[](int i) { return &records[i]; }
+  /// Records, deleted ones included.
   int get_vertnum() { return records.size(); }
 };
 
@@ -158,7 +161,9 @@ class SCANMESH_API Edge {
   double growth = 2.0;
   MemS::MemAllo<_face*> face_mem;
 
+  /// Sets up records and pool, both with these sizes.
   void inalize(int block_size, int block_capacity);
+  /// Destroys the records with their heap lists, then the pool.
   void free();
 
   /// A new edge between the two vertices, null when either is null. The vertices aren't touched:
@@ -171,6 +176,7 @@ class SCANMESH_API Edge {
   /// The probe itself when some face on the edge has all its corners among the probe's three, null
   /// otherwise. Only `vert` of the probe counts; the face that was found is never returned.
   _face* find_face(_edge* edge, _face* probe);
+  /// Number of the record in the store; 0 for null and for a pointer from elsewhere.
   int get_edge_no(_edge* edge);
 
   /// Removes the face from the edge; the last one deletes the edge and takes it out of its ends.
@@ -179,10 +185,14 @@ class SCANMESH_API Edge {
   void dele_vert(_vert* vert, _edge* edge);
   /// Deletes every face on the edge.
   void delete_edge(_edge* edge, Face* faces);
+  /// Drops the list of an edge and marks it deleted.
   void recover_mem(_edge* edge);
+  /// Compaction, as of the vertices.
   void sort_out_mem();
 
+  /// A record by its number.
   _edge* operator[](int i) { return &records[i]; }
+  /// Records, deleted ones included.
   int get_edgenum() { return records.size(); }
 };
 
@@ -196,12 +206,14 @@ class SCANMESH_API Face {
 
   /// Sets up the records; real_num is left as it is.
   void inalize(Vertex* vertices, Edge* edges, int block_size, int block_capacity);
+  /// Destroys the records.
   void free();
 
   /// A new face. No list is touched: the caller calls Vertex::insert_face and Edge::insert_face
   /// next.
   _face* insert_face(_vert* a, _vert* b, _vert* c, _edge* bc, _edge* ac, _edge* ab,
                      MemS::Point3v<float>& normal);
+  /// The same with corners and edges in arrays; edge[i] lies opposite vert[i].
   _face* insert_face(_vert* const vert[3], _edge* const edge[3], MemS::Point3v<float>& normal);
 
   /// Deletes a face; the last face of an edge takes the edge along, the last of a vertex the
@@ -209,6 +221,7 @@ class SCANMESH_API Face {
   void dele_face(_face* face);
   /// The same, but the corners stay live.
   void dele_face_nonmanifoldvert(_face* face);
+  /// Number of the record in the store; 0 for null and for a pointer from elsewhere.
   int get_face_no(_face* face);
   /// Counts the records that aren't deleted.
   int get_real_facenum();
@@ -218,13 +231,16 @@ class SCANMESH_API Face {
   /// Makes the orientation consistent with the vertex normals, in at most six rounds after the
   /// first.
   void check_vector();
+  /// Compaction, as of the vertices.
   void sort_out_mem();
 
   /// Writes the live finite faces as binary STL and closes the stream. A null stream is replaced by
   /// "tex.stl" in the working directory.
   void output(FILE* stream);
 
+  /// A record by its number.
   _face* operator[](int i) { return &records[i]; }
+  /// Records, deleted ones included.
   int get_facenum() { return records.size(); }
 };
 

@@ -77,8 +77,9 @@ class SCANMESH_API XBallPivoting {
   /// caller frees with delete[].
   void get_data(MemS::Point3v<float>*& data, int& count);
 
-  /// Do nothing: the stores belong to someone else. They stand for hosts that call them.
+  /// Does nothing: the stores belong to someone else. It stands for hosts that call it.
   void output();
+  /// The same.
   void free();
 
  private:

@@ -18,14 +18,18 @@ long entries(T* const* list, int count, const T* wanted) {
   return list == nullptr ? 0 : std::count(list, list + count, wanted);
 }
 
-// Files and index arrays can give a face the same corner twice; what lists it then does so twice
-// too.
-enum class RepeatedCorners { kRefused, kAllowed };
+// What a mesh may hold without being broken, where what made it doesn't rule it out.
+struct Allowances {
+  // Files and index arrays can give a face a corner twice; what lists it then does so twice.
+  bool repeated_corners = false;
+  // A flip doesn't ask whether its two far corners have an edge already.
+  bool parallel_edges = false;
+};
 
 class Validator {
  public:
-  explicit Validator(Mesh_M::Mesh& mesh, RepeatedCorners repeated = RepeatedCorners::kRefused)
-      : mesh_(mesh), repeated_(repeated) {}
+  explicit Validator(Mesh_M::Mesh& mesh, Allowances allowed = {})
+      : mesh_(mesh), allowed_(allowed) {}
 
   testing::AssertionResult check() {
     for (int i = 0; i < mesh_.vertex.get_vertnum(); ++i) check_vertex(*mesh_.vertex[i], i);
@@ -70,7 +74,8 @@ class Validator {
     if (e.state < 0) fail("edge with a visit mark", i);
     if (e.face_num > e.face_cap) fail("edge's list beyond its capacity", i);
     const auto ends = std::minmax(e.vert[0], e.vert[1]);
-    if (++pairs_[ends] > 1) fail("two edges between the same vertices", i);
+    if (++pairs_[ends] > 1 && !allowed_.parallel_edges)
+      fail("two edges between the same vertices", i);
     for (const Mesh_R::_vert* v : e.vert) {
       if (v->state == Mesh_R::kStateDeleted) fail("live edge of a deleted vertex", i);
       if (entries(v->edge, v->edge_num, &e) != std::count(e.vert, e.vert + 2, v))
@@ -87,7 +92,7 @@ class Validator {
     if (f.state == Mesh_R::kStateDeleted) return;
     if (f.state < 0) fail("face with a visit mark", i);
     const bool repeats = f.vert[0] == f.vert[1] || f.vert[1] == f.vert[2] || f.vert[0] == f.vert[2];
-    if (repeats && repeated_ == RepeatedCorners::kRefused) fail("face with a corner twice", i);
+    if (repeats && !allowed_.repeated_corners) fail("face with a corner twice", i);
     for (int k = 0; k < 3; ++k) {
       const Mesh_R::_vert* const v = f.vert[k];
       const Mesh_R::_edge* const e = f.edge[k];
@@ -107,14 +112,13 @@ class Validator {
   }
 
   Mesh_M::Mesh& mesh_;
-  RepeatedCorners repeated_;
+  Allowances allowed_;
   std::map<std::pair<const Mesh_R::_vert*, const Mesh_R::_vert*>, int> pairs_;
   std::string problem_;
 };
 
-inline testing::AssertionResult adjacency_holds(
-    Mesh_M::Mesh& mesh, RepeatedCorners repeated = RepeatedCorners::kRefused) {
-  return Validator(mesh, repeated).check();
+inline testing::AssertionResult adjacency_holds(Mesh_M::Mesh& mesh, Allowances allowed = {}) {
+  return Validator(mesh, allowed).check();
 }
 
 }  // namespace test_support
