@@ -92,7 +92,8 @@ void Mesh::searchFaces(std::vector<float>& points, int& pointCount, std::vector<
   }
   for (_vert* vert : ordered_vertices) vert->order = -1;
   pointCount = static_cast<int>(points.size() / 3);
-  triangleCount = static_cast<int>(triangles.size() / 3);
+  // Of numbers, not of triangles: what is made for the host's own cutters counts so.
+  triangleCount = static_cast<int>(triangles.size());
 }
 
 void Mesh::modifyFaces(const std::vector<float>& corners, const int& cornerCount,

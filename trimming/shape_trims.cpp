@@ -90,13 +90,13 @@ void Mesh::cut_selection(FBase& shape, float depth, bool wall) {
   std::vector<float> normals;
   std::vector<int> triangles;
   int point_count = 0;
-  int face_count = 0;
-  searchFaces(points, point_count, normals, triangles, face_count);
+  int corner_count = 0;
+  searchFaces(points, point_count, normals, triangles, corner_count);
   scanmesh::clear_marks(*this);
   ModifyFaceData changes;
   reserve(changes);
   // A refused cut, as by a wall of negative depth, leaves nothing to bring back.
-  cut_flat(shape, points, point_count, normals, triangles, face_count, changes, depth, wall);
+  cut_flat(shape, points, point_count, normals, triangles, corner_count / 3, changes, depth, wall);
   modifyFaces(changes.corners, static_cast<int>(changes.corners.size() / 3), changes.parents,
               changes.normals, changes.deleted, static_cast<int>(changes.deleted.size()));
 }

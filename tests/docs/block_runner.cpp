@@ -6,6 +6,7 @@
 
 #include "tests/docs/given.h"
 #include "tests/support/files.h"
+#include "tests/support/ply_files.h"
 #include "tests/support/shapes.h"
 
 namespace {
@@ -56,6 +57,7 @@ int run_block(int (*block)()) {
   std::filesystem::create_directory(place);
   std::filesystem::current_path(place);
   write_file("scan.stl", binary_stl(sphere_with_a_hole()));
+  write_file("scan.ply", ply_of(sphere_with_a_hole(), PlyForm::kLittle));
   const int result = block();
   std::filesystem::current_path(home);
   std::filesystem::remove_all(place);
