@@ -2,7 +2,6 @@
 // the low one of the value, as if it were a character; where that byte is zero, the piece of text
 // it stands in ends there.
 #include <ctime>
-#include <string>
 #include <string_view>
 
 #include "core/platform.h"
@@ -50,21 +49,23 @@ constexpr char kClosing[] =
     "< / node>\n< / visual_scene>\n< / library_visual_scenes>\n<scene>\n"
     "<instance_visual_scene url = \"#VisualSceneNode\" / >\n< / scene>\n< / COLLADA>\n";
 
-// A piece of text, put together and then written up to its first zero.
+// A piece of text, which ends at its first zero, whatever else is put into it.
 class Piece {
  public:
+  explicit Piece(TextOutput& out) : out_(out) {}
   Piece& text(std::string_view words) {
-    text_.append(words);
+    if (!ended_) out_.text(words);
     return *this;
   }
   Piece& value(int64_t value) {
-    text_ += static_cast<char>(static_cast<unsigned char>(value & 0xFF));
-    return *this;
+    const char byte = static_cast<char>(static_cast<unsigned char>(value & 0xFF));
+    ended_ = ended_ || byte == 0;
+    return text({&byte, 1});
   }
-  void write(TextOutput& out) const { out.text(std::string_view(text_.c_str())); }
 
  private:
-  std::string text_;
+  TextOutput& out_;
+  bool ended_ = false;
 };
 
 std::tm local_time() {
@@ -80,12 +81,11 @@ std::tm local_time() {
 
 void write_date(TextOutput& out) {
   const std::tm t = local_time();
-  Piece piece;
+  Piece piece(out);
   for (const int part :
        {t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec}) {
     piece.value(part).text(" ");
   }
-  piece.write(out);
 }
 
 void write_faces(Mesh& mesh, TextOutput& out) {
@@ -106,19 +106,13 @@ void Mesh::output_DAE(const char* path) {
     const int64_t vertices = scanmesh::number_live(vertex);
     // Deleted ones included.
     const int64_t faces = face.get_facenum();
-    Piece().text(kHeader).write(out);
+    out.text(kHeader);
     write_date(out);
-    Piece().text(kPositions).value(3 * vertices).write(out);
+    Piece(out).text(kPositions).value(3 * vertices);
     scanmesh::for_each_row(vertex, [&](const Mesh_R::_vert& v) { out.row(v.point, " ", " "); });
-    Piece()
-        .text(kPositionsEnd)
-        .value(vertices)
-        .text(kNormals)
-        .value(3 * faces)
-        .text("\">")
-        .write(out);
+    Piece(out).text(kPositionsEnd).value(vertices).text(kNormals).value(3 * faces).text("\">");
     scanmesh::for_each_row(face, [&](const Mesh_R::_face& f) { out.row(f.vector, " ", " "); });
-    Piece().text(kNormalsEnd).value(faces).text(kVertices).value(faces).text(kTriangles).write(out);
+    Piece(out).text(kNormalsEnd).value(faces).text(kVertices).value(faces).text(kTriangles);
     write_faces(*this, out);
     out.text(kClosing);
   }

@@ -88,6 +88,7 @@ class BodyReader {
     if (!body.complete && !out_of_memory_) messages_ << "Unexpected end of file while reading.\n";
     body.invalid = invalid_;
     body.stop = values_.at();
+    body.out_of_memory = out_of_memory_;
     return body;
   }
 

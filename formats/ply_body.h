@@ -14,6 +14,7 @@ struct PlyBody {
   bool complete = false;
   int64_t invalid = 0;         // lists of a wrong length
   const char* stop = nullptr;  // behind the last byte that was read
+  bool out_of_memory = false;  // for the arrays
 };
 
 // Reads the body that begins at `begin`. Arrays are made by the header's counts, after these were

@@ -7,6 +7,7 @@
 #include "core/platform.h"
 #include "core/vector_math.h"
 #include "formats/ply_input.h"
+#include "formats/reading_failure.h"
 #include "scanmesh/mesh.h"
 
 namespace Mesh_M {
@@ -68,6 +69,7 @@ int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
     scanmesh::PlyHeader header;
     const scanmesh::PlyBody body =
         scanmesh::read_ply_file(std::move(stream), name, header, data, std::cerr);
+    if (body.out_of_memory) throw std::bad_alloc();
     if (!body.complete) return kRefused;
     const int64_t astray = count_astray(data);
     scanmesh::tell_invalid_faces(body.invalid + astray, static_cast<int32_t>(data.nb_face - astray),
@@ -76,7 +78,7 @@ int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
     insert_vertices(mesh, data);
     insert_faces(mesh, data);
   } catch (const std::bad_alloc&) {
-    mesh.free();
+    scanmesh::free_after_failure(mesh);
     return kOutOfMemory;
   }
   return kRead;

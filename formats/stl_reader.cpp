@@ -5,6 +5,7 @@
 #include "core/platform.h"
 #include "core/soup_building.h"
 #include "core/vector_math.h"
+#include "formats/reading_failure.h"
 #include "formats/stl_parsing.h"
 #include "scanmesh/mesh.h"
 
@@ -71,13 +72,6 @@ void insert_facets(Mesh& mesh, FacetCorners& corners) {
   scanmesh::insert_soup(mesh, soup);
 }
 
-void free_after_failure(Mesh& mesh) {
-  mesh.oct.free();
-  mesh.free();
-  // The faces that were made before memory ran out are gone: the next load counts from nothing.
-  mesh.face.real_num = 0;
-}
-
 }  // namespace
 
 int Mesh::input_data(FILE* stream) {
@@ -94,7 +88,7 @@ int Mesh::input_data(FILE* stream) {
     std::fclose(stream);
     insert_facets(*this, corners);
   } catch (const std::bad_alloc&) {
-    free_after_failure(*this);
+    scanmesh::free_after_failure(*this);
     return kNotEnoughMemory;
   }
   return kRead;
@@ -108,7 +102,7 @@ bool Mesh::input_data_ASCII(FILE* stream) {
     if (!scanmesh::read_ascii_stl_facets(stream, corners)) return false;
     insert_facets(*this, corners);
   } catch (const std::bad_alloc&) {
-    free_after_failure(*this);
+    scanmesh::free_after_failure(*this);
     return false;
   }
   return true;

@@ -1,4 +1,5 @@
-// Text into a file, through one buffer: what a writer makes of a mesh takes no memory beyond it.
+// Text into a file, through one buffer: what a writer makes of a mesh takes no memory beyond it,
+// and where there is none left, a scan can still be saved.
 #ifndef SCANMESH_FORMATS_TEXT_OUTPUT_H
 #define SCANMESH_FORMATS_TEXT_OUTPUT_H
 
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "core/text_number.h"
@@ -18,7 +20,12 @@ namespace scanmesh {
 class TextOutput {
  public:
   // Takes the file over. Of a null one nothing comes: the caller's path couldn't be opened.
-  explicit TextOutput(FILE* file) : file_(file), buffer_(new char[kBufferBytes]) {}
+  explicit TextOutput(FILE* file) : file_(file), large_(new (std::nothrow) char[kBufferBytes]) {
+    if (large_ != nullptr) {
+      buffer_ = large_.get();
+      capacity_ = kBufferBytes;
+    }
+  }
   ~TextOutput() {
     flush();
     if (file_ == nullptr) return;
@@ -29,12 +36,12 @@ class TextOutput {
   TextOutput& operator=(const TextOutput&) = delete;
 
   TextOutput& text(std::string_view words) {
-    if (words.size() > kBufferBytes - used_) flush();
-    if (words.size() > kBufferBytes) {
+    if (words.size() > capacity_ - used_) flush();
+    if (words.size() > capacity_) {
       if (file_ != nullptr) std::fwrite(words.data(), 1, words.size(), file_);
       return *this;
     }
-    std::memcpy(buffer_.get() + used_, words.data(), words.size());
+    std::memcpy(buffer_ + used_, words.data(), words.size());
     used_ += words.size();
     return *this;
   }
@@ -60,16 +67,19 @@ class TextOutput {
   static constexpr std::size_t kBufferBytes = std::size_t{1} << 18;
 
   char* room(std::size_t count) {
-    if (count > kBufferBytes - used_) flush();
-    return buffer_.get() + used_;
+    if (count > capacity_ - used_) flush();
+    return buffer_ + used_;
   }
   void flush() {
-    if (file_ != nullptr) std::fwrite(buffer_.get(), 1, used_, file_);
+    if (file_ != nullptr) std::fwrite(buffer_, 1, used_, file_);
     used_ = 0;
   }
 
   FILE* file_;
-  std::unique_ptr<char[]> buffer_;
+  std::unique_ptr<char[]> large_;
+  char small_[1024];
+  char* buffer_ = small_;
+  std::size_t capacity_ = sizeof(small_);
   std::size_t used_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "tests/faults/faults.h"
 
+#include <sys/mman.h>
+
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -35,6 +37,8 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
+void* __real_mmap(void* where, std::size_t size, int protection, int flags, int file, off_t at);
+int __real_munmap(void* block, std::size_t size);
 std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, FILE* stream);
 
 void* __wrap_malloc(std::size_t size) {
@@ -58,6 +62,21 @@ void* __wrap_realloc(void* old, std::size_t size) {
 void __wrap_free(void* block) {
   if (block != nullptr) --live;
   __real_free(block);
+}
+
+void* __wrap_mmap(void* where, std::size_t size, int protection, int flags, int file, off_t at) {
+  if (fails_now()) {
+    errno = ENOMEM;
+    return MAP_FAILED;
+  }
+  void* const block = __real_mmap(where, size, protection, flags, file, at);
+  if (block != MAP_FAILED) ++live;
+  return block;
+}
+
+int __wrap_munmap(void* block, std::size_t size) {
+  --live;
+  return __real_munmap(block, size);
 }
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, FILE* stream) {

@@ -1,8 +1,8 @@
 // Faults on demand: allocations of the library that fail, and writes that do.
 //
 // The executable replaces operator new and delete, and its linker sends malloc, calloc, realloc,
-// free and fwrite of everything linked into it through wrappers (see faults.cpp). What the C
-// library asks for its own streams isn't counted.
+// free, mmap, munmap and fwrite of everything linked into it through wrappers (see faults.cpp).
+// What the C library asks for its own streams isn't counted.
 #ifndef SCANMESH_TESTS_FAULTS_FAULTS_H
 #define SCANMESH_TESTS_FAULTS_FAULTS_H
 

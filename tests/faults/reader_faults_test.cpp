@@ -13,6 +13,7 @@
 #include "tests/faults/faults.h"
 #include "tests/support/files.h"
 #include "tests/support/invariants.h"
+#include "tests/support/ply_files.h"
 #include "tests/support/shapes.h"
 
 namespace {
@@ -79,7 +80,23 @@ Outcome read_ascii(Mesh& mesh, FILE* stream) {
   return read ? Outcome::kRead : Outcome::kOutOfMemory;
 }
 
+// Takes a path: the open stream's own, and with it a name that needs no memory.
+Outcome read_ply(Mesh& mesh, FILE* stream) {
+  char path[64];
+  std::snprintf(path, sizeof(path), "/proc/self/fd/%d", fileno(stream));
+  const int code = mesh.input_ply_data(path);
+  std::fclose(stream);
+  if (code == 0) return Outcome::kRead;
+  return code == -2 ? Outcome::kOutOfMemory : Outcome::kAnother;
+}
+
 const Reader kReaders[] = {
+    {"ascii_ply",
+     [](const Soup& soup) { return test_support::ply_of(soup, test_support::PlyForm::kAscii); },
+     read_ply},
+    {"binary_ply",
+     [](const Soup& soup) { return test_support::ply_of(soup, test_support::PlyForm::kLittle); },
+     read_ply},
     {"binary_stl", [](const Soup& soup) { return test_support::binary_stl(soup); }, read_binary},
     {"ascii_stl", ascii_stl, read_ascii},
 };
@@ -165,7 +182,7 @@ TEST_P(ReaderFaults, a_further_block_that_cannot_be_had_leaves_a_mesh_that_reads
   take(soup_of_the_tests(7));
   const long large = allocations_of_a_read();
   ASSERT_GT(large, small);
-  for (long number = small; number < large; ++number) {
+  for (long number = 0; number < large; ++number) {
     SCOPED_TRACE(number);
     const long before = faults::live_blocks();
     {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <limits>
@@ -46,12 +47,22 @@ void write_soup(Mesh&, const char* path) {
   mc.mc_output_data(path);
 }
 
+std::wstring wide(const char* path) {
+  return std::wstring(path, path + std::strlen(path));
+}
+
 const Writer kWriters[] = {
     {"binary_stl", [](Mesh& mesh, const char* path) { mesh.output_STL(path); }},
     {"face_store", [](Mesh& mesh, const char* path) { mesh.face.output(std::fopen(path, "wb")); }},
     {"vertex_store",
      [](Mesh& mesh, const char* path) { mesh.vertex.output(std::fopen(path, "w")); }},
     {"octree_soup", write_soup},
+    {"obj", [](Mesh& mesh, const char* path) { mesh.output_OBJ(wide(path).c_str()); }},
+    {"ply", [](Mesh& mesh, const char* path) { mesh.output_PLY(wide(path).c_str()); }},
+    {"wrl", [](Mesh& mesh, const char* path) { mesh.output_WRL(path); }},
+    {"x3d", [](Mesh& mesh, const char* path) { mesh.output_X3D(path); }},
+    {"dae", [](Mesh& mesh, const char* path) { mesh.output_DAE(path); }},
+    {"xyz", [](Mesh& mesh, const char* path) { mesh.output_XYZ(path); }},
 };
 
 long open_files() {
@@ -78,19 +89,23 @@ class VanishedDirectory {
 
 class WriterFaults : public testing::TestWithParam<Writer> {
  protected:
-  void SetUp() override { before_ = test_support::bytes_of_file(written_to("first")); }
+  void SetUp() override { before_ = bytes_written_to("first"); }
   void TearDown() override {
     // The mesh is as it was: the same bytes come out of it.
-    EXPECT_EQ(test_support::bytes_of_file(written_to("second")), before_);
+    EXPECT_TRUE(bytes_written_to("second") == before_);
     EXPECT_GT(before_.size(), 0U);
     EXPECT_TRUE(test_support::adjacency_holds(*mesh_));
     for (const char* name : {"first", "second"}) std::remove(path_of(name).c_str());
   }
 
   static std::string path_of(const std::string& name) { return test_support::temp_path(name); }
-  std::string written_to(const std::string& name) {
-    GetParam().write(*mesh_, path_of(name).c_str());
-    return path_of(name);
+  // Without the date that one of the formats has.
+  std::string bytes_written_to(const std::string& name) {
+    write(path_of(name).c_str());
+    std::string bytes = test_support::bytes_of_file(path_of(name));
+    const std::size_t date = bytes.find("<created>");
+    if (date != std::string::npos) bytes.erase(date, bytes.find("</created>") - date);
+    return bytes;
   }
   void write(const char* path) { GetParam().write(*mesh_, path); }
 
@@ -121,12 +136,13 @@ TEST_P(WriterFaults, a_disk_that_fills_up_on_the_way_closes_the_stream) {
     return none.writes();
   };
   const long count = writes_of_all();
-  ASSERT_GT(count, 1);
+  ASSERT_GE(count, 1);
+  const std::size_t most = test_support::bytes_of_file(path).size();
   const long files = open_files();
   for (long number = 0; number < count; number += 1 + count / 50) {
     const faults::WriteFaults armed(number);
     write(path.c_str());
-    ASSERT_LE(test_support::bytes_of_file(path).size(), before_.size());
+    ASSERT_LE(test_support::bytes_of_file(path).size(), most);
   }
   EXPECT_EQ(open_files(), files);
   std::remove(path.c_str());
