@@ -64,7 +64,9 @@ bool fill(edge_area& area) {
   area.face1 = area.edge->face[1];
   area.c = far_corner(area.face0, area.edge);
   area.d = far_corner(area.face1, area.edge);
-  if (area.c == nullptr || area.d == nullptr) return false;
+  // Two faces on the same corners, as parallel edges allow them, have no other diagonal: the flip
+  // would make faces with a corner twice.
+  if (area.c == nullptr || area.d == nullptr || area.c == area.d) return false;
   area.ca = inner_edge(area.face0, area.c, area.a);
   area.cb = inner_edge(area.face0, area.c, area.b);
   area.db = inner_edge(area.face1, area.d, area.b);

@@ -145,6 +145,20 @@ TEST(EdgeArea, is_invalid_at_borders_at_low_valence_and_when_deleted) {
   }
 }
 
+TEST(EdgeArea, is_invalid_between_two_faces_on_the_same_corners) {
+  const auto mesh = flat_grid(4, 1).mesh();
+  _edge* const edge = edge_of(mesh->vertex[6], mesh->vertex[12]);
+  const fmx::edge_area area = scanmesh::make_edge_area(edge);
+  ASSERT_EQ(area.invalid, 0);
+  // As flips leave them: the second face on the corners of the first, over edges of its own.
+  for (_edge* side : {area.da, area.db}) std::replace(side->vert, side->vert + 2, area.d, area.c);
+  for (_face* face : {edge->face[0], edge->face[1]}) {
+    std::replace(face->vert, face->vert + 3, area.d, area.c);
+  }
+  EXPECT_EQ(scanmesh::make_edge_area(edge).invalid, 1);
+  EXPECT_EQ(mesh->Mesh_Swap_Value(edge), -1.0);
+}
+
 TEST(SwapValue, of_both_forms_agree_and_are_twice_the_gain_in_bending) {
   const auto mesh = wavy(12).mesh();
   int valid = 0;
