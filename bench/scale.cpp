@@ -1,6 +1,8 @@
 // The road of a very large scan, with time and memory of every step.
-//   scale write FACES SCAN.stl         makes the scan: gentle waves, with a gap in every thousandth
-//   cell scale run SCAN.stl TARGET OUT.stl  opens it, closes its gaps, smooths, simplifies, saves
+//   scale write FACES SCAN.stl
+//       makes the scan: gentle waves, with a gap in every thousandth cell
+//   scale run SCAN.stl TARGET OUT.stl
+//       opens it, closes its gaps, smooths, simplifies, saves
 // Two calls, so that the making doesn't count in the memory of the road.
 #include <cstdio>
 #include <cstdlib>

@@ -11,7 +11,8 @@
 set -euo pipefail
 
 packages=(cmake make g++ ccache libeigen3-dev libopencv-core-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libcgal-demo pkg-config dpkg-dev file)
+          libbenchmark-dev libcgal-demo pkg-config dpkg-dev file
+          python3)
 for option in "$@"; do
   case "$option" in
     --check) packages+=(clang clang-format clang-tidy libomp-dev) ;;
