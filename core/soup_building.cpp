@@ -77,22 +77,6 @@ class EdgeChains {
   std::vector<Link> links_;
 };
 
-// A pool in the hands of one worker, so that its counters don't share a line of the cache with what
-// another worker counts; it goes back when the worker is done, however that ends.
-template <typename T>
-class Borrowed {
- public:
-  explicit Borrowed(MemS::MemAllo<T>& home) : pool(home), home_(home) {}
-  ~Borrowed() { home_ = pool; }
-  Borrowed(const Borrowed&) = delete;
-  Borrowed& operator=(const Borrowed&) = delete;
-
-  alignas(kCacheLine) MemS::MemAllo<T> pool;
-
- private:
-  MemS::MemAllo<T>& home_;
-};
-
 class BulkBuilding {
  public:
   BulkBuilding(Mesh& mesh, const Soup& soup)
@@ -105,6 +89,7 @@ class BulkBuilding {
     welded_.points = {};
     std::future<void> cells = std::async(std::launch::async, [this] { enter_cells(); });
     make_faces();
+    give_lists();
     cells.get();
     if (stop_) return false;
     make_normals();
@@ -116,11 +101,10 @@ class BulkBuilding {
   _vert* vertex(int32_t id) { return record_at(mesh_.vertex.records, id); }
   int32_t vertices() { return mesh_.vertex.get_vertnum(); }
 
-  // The cells of the octree, and room for the vertices' lists.
+  // The cells of the octree.
   void enter_cells() {
-    Borrowed<_edge*> edge_lists(mesh_.vertex.edge_mem);
-    Borrowed<_face*> face_lists(mesh_.vertex.face_mem);
-    MemS::MemAllo<_vert> records = mesh_.vertex.records;  // for the same reason
+    // A copy, so that its counters don't share a line of the cache with what another thread counts.
+    MemS::MemAllo<_vert> records = mesh_.vertex.records;
     for_each_in(records, 0, vertices(), [&](int, _vert& vert) {
       if (stop_.load(std::memory_order_relaxed)) return;
       Mesh_M::oct_node* const leaf = mesh_.oct.insert(vert.point, Mesh_M::OctreeMode::kBucket);
@@ -129,8 +113,15 @@ class BulkBuilding {
         return;
       }
       leaf->vert = &vert;
-      give_list(vert.edge, vert.edge_cap, Mesh_R::kVertexListCapacity, edge_lists.pool);
-      give_list(vert.face, vert.face_cap, Mesh_R::kVertexListCapacity, face_lists.pool);
+    });
+  }
+
+  // Room for the vertices' lists, which costs mostly the system's time for fresh memory; the cells
+  // are still being made meanwhile.
+  void give_lists() {
+    for_each_in(mesh_.vertex.records, 0, vertices(), [&](int, _vert& vert) {
+      give_list(vert.edge, vert.edge_cap, Mesh_R::kVertexListCapacity, mesh_.vertex.edge_mem);
+      give_list(vert.face, vert.face_cap, Mesh_R::kVertexListCapacity, mesh_.vertex.face_mem);
     });
   }
 

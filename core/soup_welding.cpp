@@ -28,9 +28,9 @@ class CornerTable {
   }
 
   // The slot of a corner. Adds to `taken` when it takes a new one.
-  int32_t enter(int32_t corner, const Vec3f& point, int64_t& taken) {
+  int32_t enter(int32_t corner, const Vec3f& point, uint64_t hash, int64_t& taken) {
     const std::size_t mask = slots_.size() - 1;
-    for (std::size_t i = point_hash(point) >> shift_;; i = (i + 1) & mask) {
+    for (std::size_t i = hash >> shift_;; i = (i + 1) & mask) {
       std::atomic<int32_t>& slot = slots_[i];
       int32_t first = slot.load(std::memory_order_relaxed);
       if (first == kEmpty &&
@@ -59,12 +59,36 @@ class CornerTable {
   int shift_;
 };
 
+// The slots of corners met lately. Neighbouring triangles mostly follow one another in a file, and
+// this fits into a cache where the table doesn't. A slot that is found here needn't be looked at:
+// a worker's later corner never takes it over.
+class RecentSlots {
+ public:
+  int32_t enter(CornerTable& table, int32_t corner, const Vec3f& point, int64_t& taken) {
+    const uint64_t hash = point_hash(point);
+    Entry& entry = entries_[(hash >> 20) % kEntries];
+    if (entry.slot == kEmpty || !same_point(entry.point, point)) {
+      entry = {point, table.enter(corner, point, hash, taken)};
+    }
+    return entry.slot;
+  }
+
+ private:
+  static constexpr std::size_t kEntries = std::size_t{1} << 14;
+  struct Entry {
+    Vec3f point;
+    int32_t slot = kEmpty;
+  };
+  std::vector<Entry> entries_ = std::vector<Entry>(kEntries);
+};
+
 // Enters all corners; `slots` gets the slot of each. False when the table is too small.
 bool enter_all(const Soup& soup, int workers, CornerTable& table, std::vector<int32_t>& slots) {
   std::atomic<int64_t> all_taken{0};
   std::atomic<bool> crowded{false};
   run_slices(soup.count, workers, [&](std::ptrdiff_t begin, std::ptrdiff_t end) {
     int64_t taken = 0;
+    RecentSlots recent;
     for (std::ptrdiff_t i = begin; i < end; ++i) {
       const auto triangle = static_cast<int>(i);
       int32_t* const out = &slots[3 * static_cast<std::size_t>(i)];
@@ -74,7 +98,7 @@ bool enter_all(const Soup& soup, int workers, CornerTable& table, std::vector<in
         std::fill_n(out, 3, kEmpty);
         continue;
       }
-      for (int k = 0; k < 3; ++k) out[k] = table.enter(3 * triangle + k, corner[k], taken);
+      for (int k = 0; k < 3; ++k) out[k] = recent.enter(table, 3 * triangle + k, corner[k], taken);
       if (taken < kTally) continue;
       if (table.crowded(all_taken += taken)) crowded = true;
       if (crowded.load(std::memory_order_relaxed)) return;
