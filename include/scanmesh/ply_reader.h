@@ -15,6 +15,7 @@ namespace ply_reader_writer {
 /// A word of flags: going in, what a caller wants; coming out, what the file has.
 class Options {
  public:
+  /// The bits.
   enum Flag : int32_t {
     Default = 0,
     Binary = 0x0001,
@@ -35,6 +36,7 @@ class Options {
     Custom = 0x8000  // properties that the reader has no place for
   };
 
+  /// Made of a word, of one of its bits, or empty; and used as a word.
   Options() = default;
   Options(Flag flag) : word_(flag) {}
   Options(int word) : word_(word) {}
@@ -45,7 +47,7 @@ class Options {
     return *this;
   }
   ~Options() = default;
-
+  /// The word.
   operator int() const { return word_; }
   bool operator==(int word) const { return word_ == word; }
   bool operator!=(int word) const { return word_ != word; }
@@ -64,10 +66,12 @@ class Options {
   }
   /// Whether all of the bits are set.
   bool check(int bits) const { return (word_ & bits) == bits; }
+  /// No bit is set, and whether that is so.
   void clear() { word_ = 0; }
   void cleanup() { word_ = 0; }
   bool is_empty() const { return word_ == 0; }
 
+  /// One bit each.
   bool is_binary() const { return check(Binary); }
   bool vertex_has_normal() const { return check(VertexNormal); }
   bool vertex_has_color() const { return check(VertexColor); }
@@ -119,6 +123,7 @@ class SCANMESH_API TriMeshData {
   int initData(int nvertex, int nface, bool normals, bool colors, bool texcoords, bool with_flags,
                bool facetex, bool facecolor);
 
+  /// The fields, for those who prefer calls.
   float* getxyz() { return xyz; }
   const float* getxyz() const { return xyz; }
   float* getijk() { return ijk; }
@@ -190,14 +195,17 @@ class SCANMESH_API PLY_Base {
     TextureList,
     VertexFlags
   };
+  /// What the rows of an element describe.
   enum ElementKind : int32_t { VertexElement, FaceElement, UnknownElement };
 
+  /// A line `property` of a header.
   struct Property {
     Meaning meaning = CustomProperty;
     ValueType type = Unsupported;  // of a list: of its entries
     std::string name;
     ValueType length_type = Unsupported;  // of a list; otherwise Unsupported
   };
+  /// A line `element` of a header, and its properties.
   struct Element {
     ElementKind kind = UnknownElement;
     std::string name;
@@ -205,6 +213,7 @@ class SCANMESH_API PLY_Base {
     std::vector<Property> properties;  // in file order
   };
 
+  /// What a file dialogue shows, and the first word of a file.
   std::string get_description() const;
   std::wstring get_extensions() const;
   std::wstring get_magic() const;
