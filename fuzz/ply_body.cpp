@@ -17,8 +17,8 @@ const char* const kVertices[] = {
 const char* const kFaces[] = {
     "property list uchar int vertex_indices\n",
     "property list int uint vertex_indices\nproperty list uchar float texcoord\n",
-    "property uchar red\nproperty uchar green\nproperty uchar blue\nproperty list ushort short "
-    "vertex_index\n",
+    ("property uchar red\nproperty uchar green\nproperty uchar blue\n"
+     "property list ushort short vertex_index\n"),
     "property list float double vertex_indices\n",
 };
 
