@@ -16,6 +16,9 @@ bool load_scan(const std::string& path, Mesh_M::Mesh& mesh);
 /// report a failure, so the path is tried first.
 bool save_scan(const std::string& path, Mesh_M::Mesh& mesh);
 
+/// Over the live edges: an estimate of the scan's point spacing. 0 for a mesh without edges.
+double mean_edge_length(Mesh_M::Mesh& mesh);
+
 /// Frees a snapshot that won't be handed back to the mesh, with its arrays.
 void drop(Mesh_M::obj_triangle* record);
 

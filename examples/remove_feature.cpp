@@ -28,20 +28,6 @@ std::vector<Mesh_R::_face*> select(Mesh_M::Mesh& mesh, const MemS::Point3v<float
   return selected;
 }
 
-double mean_edge(Mesh_M::Mesh& mesh) {
-  double sum = 0;
-  int count = 0;
-  for (int i = 0; i < mesh.edge.get_edgenum(); ++i) {
-    const Mesh_R::_edge* const edge = mesh.edge[i];
-    if (edge->state == Mesh_R::kStateDeleted) continue;
-    const MemS::Point3v<float>& a = edge->vert[0]->point;
-    const MemS::Point3v<float>& b = edge->vert[1]->point;
-    sum += std::hypot(double{a.x} - b.x, double{a.y} - b.y, double{a.z} - b.z);
-    ++count;
-  }
-  return count > 0 ? sum / count : 0;
-}
-
 float number(const char* word) {
   return static_cast<float>(std::atof(word));
 }
@@ -64,7 +50,7 @@ int main(int argc, char** argv) {
 
   Mesh_R::_face** added = nullptr;
   int added_count = 0;
-  const auto half_spacing = static_cast<float>(mean_edge(mesh) / 2);
+  const auto half_spacing = static_cast<float>(demo::mean_edge_length(mesh) / 2);
   Mesh_M::obj_triangle* const record = mesh.remove_feature(
       feature.data(), static_cast<int>(feature.size()), added, added_count, half_spacing);
   if (record == nullptr) {

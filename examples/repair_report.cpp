@@ -14,10 +14,6 @@ namespace {
 constexpr int kDeleted = 3;
 constexpr std::size_t kMostFillsShown = 20;
 
-Vec3 position(const Mesh_R::_vert& vert) {
-  return {vert.point.x, vert.point.y, vert.point.z};
-}
-
 void print_counts(const RepairReport& r) {
   Table table({"", "scan", "filled", "saved"});
   const auto row = [&](const char* name, long long Elements::*field) {
@@ -94,18 +90,6 @@ Elements count_elements(Mesh_M::Mesh& mesh) {
   mesh.build_hole();
   for (int i = 0; i < mesh.get_hole_num(); ++i) n.rings += mesh.hole[i] != nullptr;
   return n;
-}
-
-double mean_edge_length(Mesh_M::Mesh& mesh) {
-  double sum = 0;
-  long long edges = 0;
-  for (int i = 0; i < mesh.edge.get_edgenum(); ++i) {
-    const Mesh_R::_edge& edge = *mesh.edge[i];
-    if (edge.state == kDeleted) continue;
-    sum += distance(position(*edge.vert[0]), position(*edge.vert[1]));
-    ++edges;
-  }
-  return edges == 0 ? 0 : sum / static_cast<double>(edges);
 }
 
 void print_report(const RepairReport& report, const Surface& truth) {

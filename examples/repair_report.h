@@ -22,9 +22,6 @@ struct Elements {
 /// Finds the rings anew for it: hole lists made before are gone.
 Elements count_elements(Mesh_M::Mesh& mesh);
 
-/// Over the live edges: an estimate of the scan's point spacing.
-double mean_edge_length(Mesh_M::Mesh& mesh);
-
 struct Fill {
   int ring_edges = 0;
   std::vector<Triangle> faces;

@@ -17,20 +17,6 @@ namespace {
 
 using Floats = std::vector<float>;
 
-float mean_edge(Mesh_M::Mesh& mesh) {
-  double sum = 0;
-  int count = 0;
-  for (int i = 0; i < mesh.edge.get_edgenum(); ++i) {
-    const Mesh_R::_edge* const edge = mesh.edge[i];
-    if (edge->state == Mesh_R::kStateDeleted) continue;
-    const MemS::Point3v<float>& a = edge->vert[0]->point;
-    const MemS::Point3v<float>& b = edge->vert[1]->point;
-    sum += std::hypot(double{a.x} - b.x, double{a.y} - b.y, double{a.z} - b.z);
-    ++count;
-  }
-  return count > 0 ? static_cast<float>(sum / count) : 0;
-}
-
 bool read(std::istream& line, Floats& values, bool unit) {
   for (float& value : values) line >> value;
   if (unit) {
@@ -112,7 +98,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   mesh.inalize_mesh();
-  const float spacing = mean_edge(mesh);
+  const auto spacing = static_cast<float>(demo::mean_edge_length(mesh));
   const Wall wall{argc == 5 ? static_cast<float>(std::atof(argv[4])) : 1, argc == 5};
   std::ifstream list(argv[3]);
   for (std::string line; std::getline(list, line);) {

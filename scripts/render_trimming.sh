@@ -17,52 +17,14 @@ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/de
 cmake --build "$build" --target subdivide octree_reconstruction trim_openings stl_to_pov >/dev/null
 work=$build/render_trimming
 mkdir -p "$work" "$pictures"
+source "$root/scripts/render_scene.sh"
 
 # render NAME SURFACE SIGHT UP WIDTH AIM DEPTH: cuts the openings of $work/NAME.txt with walls of that
 # depth. SIGHT is where the camera looks from, WIDTH what it shows, AIM the point in the middle.
 render() {
   local name=$1 surface=$2 sight=$3 up=$4 width=$5 aim=$6 depth=$7
   "$build/examples/trim_openings" "$surface" "$work/$name.stl" "$work/$name.txt" "$depth"
-  "$build/examples/stl_to_pov" "$work/$name.stl" "$work/$name.inc" surface flat
-  cat >"$work/$name.pov" <<SCENE
-#version 3.7;
-global_settings { assumed_gamma 1.0 max_trace_level 3 }
-#include "$name.inc"
-background { color rgb <0.955, 0.965, 0.98> }
-// The exporter turns z round for the renderer's left-handed axes.
-#macro Turned(P) <P.x, P.y, -P.z> #end
-#declare Sight = vnormalize(Turned($sight));
-#declare Aim = Turned($aim);
-#declare Up = Turned($up);
-camera {
-  orthographic
-  sky Up
-  location Aim + Sight * 300
-  look_at Aim
-  right x * $width
-  up y * $width * 0.62
-}
-#declare Aside = vnormalize(vcross(Up, Sight));
-light_source { Aim + Sight * 300 + Aside * 220 + Up * 260 color rgb 0.9 shadowless }
-light_source { Aim + Sight * 300 - Aside * 320 + Up * 40 color rgb <0.26, 0.3, 0.36> shadowless }
-object {
-  surface
-  texture {
-    pigment { color rgb <0.60, 0.66, 0.74> }
-    finish { ambient 0.14 diffuse 0.68 specular 0.10 roughness 0.06 }
-  }
-  interior_texture {
-    pigment { color rgb <0.78, 0.09, 0.07> }
-    finish { ambient 0.42 diffuse 0.5 }
-  }
-}
-SCENE
-  (cd "$work" && povray "+I$name.pov" "+O$pictures/trimming_$name.png" +W900 +H558 +A0.1 +AM2 +R3 \
-    -D -GA >"$name.log" 2>&1) || {
-    tail -n 20 "$work/$name.log" >&2
-    exit 1
-  }
-  echo "$pictures/trimming_$name.png: $(($(stat -c %s "$pictures/trimming_$name.png") / 1024)) KiB"
+  render_scene "$work/$name.stl" "$pictures/trimming_$name.png" "$work" "$sight" "$up" "$aim" "$width" 900 flat
 }
 
 cat >"$work/bunny.txt" <<'OPENINGS'

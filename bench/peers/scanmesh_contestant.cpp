@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "peers/contestants.h"
+#include "peers/scanmesh_mesh.h"
 #include "scanmesh/mesh.h"
 
 namespace peers {
@@ -19,18 +20,7 @@ Contestant scanmesh_load(const std::string& path) {
           }};
 }
 
-namespace {
-
-std::shared_ptr<Mesh_M::Mesh> mesh_of(const IndexedMesh& mesh) {
-  auto copy = std::make_shared<Mesh_M::Mesh>();
-  std::vector<float> points(mesh.points);
-  std::vector<int> corners(mesh.corners.begin(), mesh.corners.end());
-  copy->rebuild(points.data(), static_cast<int>(points.size() / 3), corners.data(),
-                static_cast<int>(corners.size() / 3));
-  return copy;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 Contestant scanmesh_simplify(const IndexedMesh& mesh, int target) {
   return {"scanmesh", [&mesh, target]() -> Job {

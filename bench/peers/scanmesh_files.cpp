@@ -2,21 +2,13 @@
 #include <fstream>
 
 #include "peers/file_peers.h"
+#include "peers/scanmesh_mesh.h"
 #include "scanmesh/mesh.h"
 #include "scanmesh/mesh_block.h"
 #include "scanmesh/ply_reader.h"
 
 namespace peers {
 namespace {
-
-std::shared_ptr<Mesh_M::Mesh> mesh_of(const IndexedMesh& mesh) {
-  auto copy = std::make_shared<Mesh_M::Mesh>();
-  std::vector<float> points(mesh.points);
-  std::vector<int> corners(mesh.corners.begin(), mesh.corners.end());
-  copy->rebuild(points.data(), static_cast<int>(points.size() / 3), corners.data(),
-                static_cast<int>(corners.size() / 3));
-  return copy;
-}
 
 bool has_extension(const std::string& path, const std::string& extension) {
   return path.size() > extension.size() &&
