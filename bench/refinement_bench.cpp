@@ -41,8 +41,7 @@ void grow(benchmark::internal::Benchmark* run) {
 }
 
 template <typename Work>
-void run_on_wavy_grid(benchmark::State& state, Work work) {
-  const demo::Surface surface = bench::wavy_grid(static_cast<int>(state.range(0)));
+void run_on(const demo::Surface& surface, benchmark::State& state, Work work) {
   const bench::QuietOutput quiet;
   for (auto step : state) {
     state.PauseTiming();
@@ -56,6 +55,11 @@ void run_on_wavy_grid(benchmark::State& state, Work work) {
   const auto faces = static_cast<double>(surface.faces.size());
   state.counters["per_million"] = benchmark::Counter(
       1e-6 * faces, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+template <typename Work>
+void run_on_wavy_grid(benchmark::State& state, Work work) {
+  run_on(bench::wavy_grid(static_cast<int>(state.range(0))), state, work);
 }
 
 void Optimization(benchmark::State& state) {
@@ -80,6 +84,34 @@ void OpenManifold(benchmark::State& state) {
   });
 }
 BENCHMARK(OpenManifold)->Apply(grow);
+
+// A thousand bits of four faces each, hovering over the scan.
+void Debris(benchmark::State& state) {
+  constexpr int kBits = 1000;
+  demo::Surface surface = bench::wavy_grid(static_cast<int>(state.range(0)));
+  for (int i = 0; i < kBits; ++i) {
+    const int a = static_cast<int>(surface.points.size());
+    const double x = 10 * (i % 32);
+    const double y = 10 * (i / 32);
+    for (const demo::Vec3& p : {demo::Vec3{x, y, 20}, demo::Vec3{x + 1, y, 20},
+                                demo::Vec3{x, y + 1, 20}, demo::Vec3{x, y, 21}}) {
+      surface.points.push_back(p);
+    }
+    for (const demo::Corners& f :
+         {demo::Corners{a, a + 2, a + 1}, demo::Corners{a, a + 1, a + 3},
+          demo::Corners{a, a + 3, a + 2}, demo::Corners{a + 1, a + 2, a + 3}}) {
+      surface.faces.push_back(f);
+    }
+  }
+  int found = 0;
+  run_on(surface, state, [&found](Mesh_M::Mesh& mesh) {
+    Mesh_R::_face** faces = nullptr;
+    mesh.open_manifold(faces, found);
+    delete[] faces;
+  });
+  state.counters["found"] = found;
+}
+BENCHMARK(Debris)->Arg(1000000)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
 void LoopStep1(benchmark::State& state) {
   run_on_wavy_grid(state, [](Mesh_M::Mesh& mesh) {
