@@ -170,7 +170,10 @@ TEST_F(PlyMesh, input_ply_hands_out_the_colours) {
       EXPECT_EQ(colours[3 * i + 2], 0);
     }
     Mesh_M::Mesh again;
-    EXPECT_EQ(again.input_ply_data(path_.c_str()), 0);
+    const std::wstring wide(path_.begin(), path_.end());
+    EXPECT_NE(std::unique_ptr<float[]>(again.input_ply(wide)), nullptr);
+    Mesh_M::Mesh without_colours;
+    EXPECT_EQ(without_colours.input_ply_data(path_.c_str()), 0);
   }
 }
 

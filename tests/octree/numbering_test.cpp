@@ -37,6 +37,14 @@ TEST(OctreeNumbering, octants_corners_and_slots_have_the_signs_that_hosts_store)
             "+-+ 0-+ --+ --0 --- 0-- +-- +-0 0-0 ");
 }
 
+TEST(OctreeNumbering, child_cells_lie_by_their_signs) {
+  TestTree tree;
+  const float parent[3] = {1, 2, 3};
+  float centre[3];
+  tree->oct_add_CenterPoint(centre, parent, OctreeLeaves2::PNN, 0.5F);
+  EXPECT_EQ((Floats{centre[0], centre[1], centre[2]}), (Floats{1.5F, 1.5F, 2.5F}));
+}
+
 TEST(OctreeNumbering, each_triple_of_signs_has_one_number) {
   for (int i = 0; i < 8; ++i) {
     EXPECT_EQ(octant_of_signs(kOctantSign[i][0], kOctantSign[i][1], kOctantSign[i][2]), i);

@@ -151,6 +151,25 @@ std::vector<double> plain_search(Tree& tree, const Vec3f& query, std::size_t k) 
   return out;
 }
 
+TEST(BallNode, never_shares_a_record_of_its_own) {
+  Mesh_R::_vert foreign;
+  foreign.point = {1, 2, 3};
+  BallNode held(&foreign);
+  BallNode own;
+  EXPECT_EQ(own[0], 0);  // makes a record
+  BallNode copy(own);
+  EXPECT_NE(copy.vert, own.vert);
+  BallNode& same = copy;
+  copy = same;
+  EXPECT_EQ(copy[2], 0);
+  copy = held;
+  EXPECT_EQ(copy.vert, &foreign);
+  EXPECT_EQ(copy[2], 3);
+  held = own;
+  EXPECT_NE(held.vert, own.vert);
+  EXPECT_EQ(foreign.point.x, 1);
+}
+
 TEST(KdTree, gives_the_k_nearest_farthest_first) {
   for (const auto& points : {random_points(2000, 1), sheet_points(50, 2), grid_points(12)}) {
     TreeInput input(points);
