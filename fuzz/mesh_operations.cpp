@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/vector_math.h"
+#include "fuzz/chosen_soup.h"
 #include "fuzz/loaded_mesh.h"
 #include "scanmesh/mesh.h"
 #include "tests/support/live_geometry.h"
@@ -23,49 +24,16 @@ using Mesh_M::Mesh;
 using Mesh_R::_edge;
 using Mesh_R::_face;
 using Mesh_R::_vert;
-using test_support::Soup;
 using test_support::Vec3f;
 
 constexpr int kMostOperations = 30;
 constexpr int kMostFaces = 300;
 constexpr float kHalfSpacing = 0.5F;
 
-// Few points on a coarse grid: edges of many faces, faces twice, repeated corners.
-Soup random_soup(InputBytes& bytes) {
-  Soup soup;
-  const int points = 4 + bytes.byte() % 12;
-  for (int i = 0; i < points; ++i) {
-    const int place = bytes.byte();
-    soup.points.push_back({static_cast<float>(place % 4), static_cast<float>(place / 4 % 4),
-                           static_cast<float>(place / 16 % 4)});
-  }
-  for (int i = 0, n = 2 + bytes.byte() % 24; i < n; ++i) {
-    soup.triangles.push_back({bytes.byte() % points, bytes.byte() % points, bytes.byte() % points});
-  }
-  return soup;
-}
-
-Soup chosen_soup(InputBytes& bytes) {
-  switch (bytes.byte() % 5) {
-    case 0:
-      return test_support::tetrahedron();
-    case 1:
-      return test_support::sphere(1 + bytes.byte() % 2, 4);
-    case 2:
-      return test_support::flat_grid(1 + bytes.byte() % 8, 1);
-    case 3: {
-      const int cells = 3 + bytes.byte() % 8;
-      return test_support::irregular_patch(cells, static_cast<uint64_t>(bytes.byte()));
-    }
-    default:
-      return random_soup(bytes);
-  }
-}
-
 class Host {
  public:
   explicit Host(InputBytes& bytes)
-      : bytes_(bytes), mesh_(test_support::welded(chosen_soup(bytes))) {
+      : bytes_(bytes), mesh_(test_support::welded(fuzz::chosen_soup(bytes))) {
     mesh_->setResolutionParam({1.0F, 0.5F, false});
     mesh_->inlin_inalize_mesh();
   }

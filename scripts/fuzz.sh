@@ -9,7 +9,7 @@ build=${SCANMESH_BUILD_ROOT:-$root/build}/fuzz
 seconds=${1:-60}
 shift $(($# > 0 ? 1 : 0))
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(binary_stl ascii_stl ply_header ply_body mesh_operations)
+[[ ${#targets[@]} -gt 0 ]] || targets=(binary_stl ascii_stl ply_header ply_body mesh_operations openings)
 
 "$root/scripts/setup.sh" --check
 mkdir -p "$build"
