@@ -140,6 +140,8 @@ void Face::refresh_vector(_face* face) {
 }
 
 void Face::check_vector() {
+  // A mesh that nothing was ever read into, which hosts orient all the same.
+  if (vert_store == nullptr) return;
   if (!repair_all(*vert_store, records)) return;
   int rounds = 0;
   while (rounds < kRepairRounds && repair_marked(*vert_store, records)) ++rounds;

@@ -47,6 +47,15 @@ long resident_bytes() {
   return resident * sysconf(_SC_PAGESIZE);
 }
 
+TEST(MeshLifeCycle, a_mesh_that_was_never_made_ready_stands_orientation) {
+  Mesh_M::Mesh mesh;
+  mesh.inalize_mesh();
+  mesh.inlin_inalize_mesh();
+  mesh.build_hole();
+  EXPECT_EQ(mesh.get_hole_num(), 0);
+  EXPECT_EQ(mesh.face.get_real_facenum(), 0);
+}
+
 TEST(Mesh, inalize_sets_the_block_sizes) {
   Mesh_M::Mesh mesh;
   mesh.inalize();
