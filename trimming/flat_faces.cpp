@@ -92,7 +92,7 @@ void Mesh::searchFaces(std::vector<float>& points, int& pointCount, std::vector<
   }
   for (_vert* vert : ordered_vertices) vert->order = -1;
   pointCount = static_cast<int>(points.size() / 3);
-  // Of numbers, not of triangles: what is made for the host's own cutters counts so.
+  // The length of the array, not the number of triangles.
   triangleCount = static_cast<int>(triangles.size());
 }
 

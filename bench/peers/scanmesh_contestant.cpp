@@ -20,8 +20,6 @@ Contestant scanmesh_load(const std::string& path) {
           }};
 }
 
-namespace {}  // namespace
-
 Contestant scanmesh_simplify(const IndexedMesh& mesh, int target) {
   return {"scanmesh", [&mesh, target]() -> Job {
             const auto copy = mesh_of(mesh);

@@ -99,10 +99,13 @@ class WriterFaults : public testing::TestWithParam<Writer> {
   }
 
   static std::string path_of(const std::string& name) { return test_support::temp_path(name); }
-  // Without the date that one of the formats has.
   std::string bytes_written_to(const std::string& name) {
     write(path_of(name).c_str());
-    std::string bytes = test_support::bytes_of_file(path_of(name));
+    return bytes_of(path_of(name));
+  }
+  // Without the date that one of the formats has.
+  static std::string bytes_of(const std::string& path) {
+    std::string bytes = test_support::bytes_of_file(path);
     const std::size_t date = bytes.find("<created>");
     if (date != std::string::npos) bytes.erase(date, bytes.find("</created>") - date);
     return bytes;
@@ -164,6 +167,23 @@ TEST_P(WriterFaults, out_of_memory_closes_the_stream_and_leaks_nothing) {
   std::remove(path.c_str());
 }
 
+class NarrowPathWriterFaults : public WriterFaults {};
+
+TEST_P(NarrowPathWriterFaults, a_scan_is_saved_without_any_memory) {
+  const std::string path = path_of("short");
+  {
+    const faults::AllocationFaults armed(0, faults::Extent::kAllFromThere);
+    write(path.c_str());
+    EXPECT_GT(armed.allocations(), 0);
+  }
+  EXPECT_TRUE(bytes_of(path) == before_);
+  std::remove(path.c_str());
+}
+
+// Text; and no path that is converted, for which memory is needed.
+INSTANTIATE_TEST_SUITE_P(Formats, NarrowPathWriterFaults,
+                         testing::ValuesIn(std::end(kWriters) - 4, std::end(kWriters)),
+                         [](const auto& writer) { return writer.param.name; });
 INSTANTIATE_TEST_SUITE_P(Formats, WriterFaults, testing::ValuesIn(kWriters),
                          [](const auto& writer) { return writer.param.name; });
 

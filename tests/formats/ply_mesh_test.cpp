@@ -172,8 +172,9 @@ TEST_F(PlyMesh, input_ply_hands_out_the_colours) {
     Mesh_M::Mesh again;
     const std::wstring wide(path_.begin(), path_.end());
     EXPECT_NE(std::unique_ptr<float[]>(again.input_ply(wide)), nullptr);
-    Mesh_M::Mesh without_colours;
-    EXPECT_EQ(without_colours.input_ply_data(path_.c_str()), 0);
+    Mesh_M::Mesh geometry_alone;
+    EXPECT_EQ(geometry_alone.input_ply_data(path_.c_str()), 0);
+    EXPECT_EQ(geometry_alone.face.real_num, 1);
   }
 }
 

@@ -39,7 +39,7 @@ TEST(SearchFaces, numbers_vertices_as_it_meets_them) {
   mesh->selected_faces = {mesh->face[4], mesh->face[5], mesh->face[0]};
   Flat flat;
   flatten(*mesh, flat);
-  EXPECT_EQ(flat.triangle_count, 9);  // numbers
+  EXPECT_EQ(flat.triangle_count, 9);  // three numbers a face
   std::map<const _vert*, int> number;
   std::size_t at = 0;
   for (const _face* f : mesh->selected_faces) {
