@@ -50,8 +50,8 @@ bool bounds_nothing(const LiveMesh& live, const Choice& choice,
 
 }  // namespace
 
-HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, const Ground& ground,
-                        const Progress& progress) {
+HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, bool crossing,
+                        const Ground& ground, const Progress& progress) {
   HoleChanges changes;
   const EdgeTable edges(mesh.triangles, mesh.points.size());
   std::vector<std::vector<std::int32_t>> rings =
@@ -69,7 +69,8 @@ HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, const Ground& 
   for (std::size_t i = 0; i < rings.size(); ++i) {
     report(progress, static_cast<double>(i) / static_cast<double>(rings.size()), "holes");
     const Choice best = best_patch(live, rings[i], ground);
-    if (!best.patch.made || bounds_nothing(live, best, rings[i])) {
+    if (!best.patch.made || (best.faults > 0 && !crossing) ||
+        bounds_nothing(live, best, rings[i])) {
       ++changes.refused;
       continue;
     }

@@ -20,9 +20,9 @@ struct HoleChanges {
 using RingChoice = std::function<bool(const WorkMesh&, const std::vector<std::int32_t>&)>;
 
 // Closes the rings that are chosen. Each gets the first kind of patch that meets nothing; where all
-// kinds do, the one with the fewest faults.
-HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, const Ground& ground,
-                        const Progress& progress);
+// kinds do, the one with the fewest faults, if `crossing` allows it.
+HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, bool crossing,
+                        const Ground& ground, const Progress& progress);
 
 }  // namespace scanmesh
 

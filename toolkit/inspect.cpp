@@ -161,14 +161,15 @@ Health inspect_valid(const TriangleMesh& mesh, const Progress& progress) {
   health.degenerate_faces = good.degenerate;
   health.nonfinite_faces = good.nonfinite;
   const BoxTree tree(mesh.points, mesh.triangles, std::move(good.items));
-  health.self_intersections = static_cast<std::int64_t>(
-      contacts_in_tree(mesh, tree, share_of(progress, 0.4, 0.9, "self-intersections")).size());
+  const std::vector<Intersection> pairs =
+      contacts_in_tree(mesh, tree, share_of(progress, 0.4, 0.9, "self-intersections"));
+  health.self_intersections = static_cast<std::int64_t>(pairs.size());
 
   report(progress, 0.9, "shells");
   const Components components = components_by_edges(mesh.triangles, edges);
   health.components = components.count;
   std::vector<Shell> shells = shells_of(mesh.points, mesh.triangles, edges, components);
-  measure_depths(mesh.points, mesh.triangles, components, tree, shells);
+  measure_depths(mesh.points, mesh.triangles, components, tree, pairs, shells);
   for (const Shell& shell : shells) {
     health.inward_components += inside_out(shell);
     health.volume += shell.volume;

@@ -20,6 +20,19 @@ bool passes_above(const Point& p, const Point& a, const Point& b) {
   return orient2d(low, high, p, Plane::yz) < 0;
 }
 
+std::vector<std::pair<std::int32_t, std::int32_t>> shells_that_meet(
+    const Components& components, const std::vector<Intersection>& pairs) {
+  std::vector<std::pair<std::int32_t, std::int32_t>> meeting;
+  for (const Intersection& pair : pairs) {
+    const std::int32_t a = components.of_triangle[static_cast<std::size_t>(pair.first)];
+    const std::int32_t b = components.of_triangle[static_cast<std::size_t>(pair.second)];
+    if (a != b) meeting.push_back(std::minmax(a, b));
+  }
+  std::sort(meeting.begin(), meeting.end());
+  meeting.erase(std::unique(meeting.begin(), meeting.end()), meeting.end());
+  return meeting;
+}
+
 }  // namespace
 
 int crossing_sign(const Point& p, const Point& a, const Point& b, const Point& c) {
@@ -64,8 +77,11 @@ std::vector<Shell> shells_of(const std::vector<Point>& points,
 }
 
 void measure_depths(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
-                    const Components& components, const BoxTree& tree, std::vector<Shell>& shells) {
+                    const Components& components, const BoxTree& tree,
+                    const std::vector<Intersection>& pairs, std::vector<Shell>& shells) {
   if (shells.size() < 2) return;
+  const std::vector<std::pair<std::int32_t, std::int32_t>> meeting =
+      shells_that_meet(components, pairs);
   // The corner furthest along x: the shell itself can't stand before it.
   std::vector<std::int32_t> extreme(shells.size(), -1);
   for (std::size_t f = 0; f < triangles.size(); ++f) {
@@ -97,7 +113,10 @@ void measure_depths(const std::vector<Point>& points, const std::vector<Triangle
       for (; k < crossings.size() && crossings[k].first == other; ++k) {
         winding += crossings[k].second;
       }
-      shell.depth += winding != 0;
+      shell.depth +=
+          winding != 0 && !std::binary_search(meeting.begin(), meeting.end(),
+                                              std::pair<std::int32_t, std::int32_t>(std::minmax(
+                                                  static_cast<std::int32_t>(i), other)));
     }
   }
 }

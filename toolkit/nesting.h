@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "scanmesh/toolkit/inspect.h"
 #include "toolkit/box_tree.h"
 #include "toolkit/topology.h"
 
@@ -23,9 +24,11 @@ std::vector<Shell> shells_of(const std::vector<Point>& points,
                              const std::vector<Triangle>& triangles, const EdgeTable& edges,
                              const Components& components);
 
-// Fills in the depths. `tree` holds the triangles.
+// Fills in the depths. `tree` holds the triangles. Shells that meet, by the pairs of triangles that
+// do, don't lie in one another.
 void measure_depths(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
-                    const Components& components, const BoxTree& tree, std::vector<Shell>& shells);
+                    const Components& components, const BoxTree& tree,
+                    const std::vector<Intersection>& pairs, std::vector<Shell>& shells);
 
 // A closed shell whose inside is out: outward at even depth, inward at odd.
 inline bool inside_out(const Shell& shell) {

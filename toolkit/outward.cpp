@@ -43,7 +43,7 @@ std::vector<double> openness(const WorkMesh& mesh, const Components& components,
 
 }  // namespace
 
-OutwardChanges turn_outward(WorkMesh& mesh) {
+OutwardChanges turn_outward(WorkMesh& mesh, const std::vector<Intersection>& pairs) {
   // Below this an open shell shows both of its sides alike.
   constexpr double kClear = 0.15;
   OutwardChanges changes;
@@ -58,7 +58,7 @@ OutwardChanges turn_outward(WorkMesh& mesh) {
     }
   }
   measure_depths(mesh.points, mesh.triangles, components,
-                 BoxTree(mesh.points, mesh.triangles, std::move(items)), shells);
+                 BoxTree(mesh.points, mesh.triangles, std::move(items)), pairs, shells);
   const std::vector<double> seen = openness(mesh, components, shells.size());
   std::vector<bool> turn(shells.size(), false);
   for (std::size_t s = 0; s < shells.size(); ++s) {

@@ -2,6 +2,7 @@
 #ifndef SCANMESH_TOOLKIT_OUTWARD_H
 #define SCANMESH_TOOLKIT_OUTWARD_H
 
+#include "scanmesh/toolkit/inspect.h"
 #include "toolkit/work_mesh.h"
 
 namespace scanmesh {
@@ -12,9 +13,10 @@ struct OutwardChanges {
   std::int64_t undecided = 0;  // open shells that show as much of one side as of the other
 };
 
-// Closed shells outward, those within an odd number of others inward. Open ones outward as seen
-// from the middle of their own points, where that is clear; else as they came.
-OutwardChanges turn_outward(WorkMesh& mesh);
+// Closed shells outward, those within an odd number of others inward; shells that meet, by the
+// pairs of triangles that do, aren't within one another. Open ones outward as seen from the middle
+// of their own points, where that is clear; else as they came.
+OutwardChanges turn_outward(WorkMesh& mesh, const std::vector<Intersection>& pairs);
 
 }  // namespace scanmesh
 

@@ -11,6 +11,8 @@
 #include "toolkit/nesting.h"
 #include "toolkit/outward.h"
 #include "toolkit/progress.h"
+#include "toolkit/self_union.h"
+#include "toolkit/sheets.h"
 #include "toolkit/untangling.h"
 #include "toolkit/validity.h"
 #include "toolkit/vector_math.h"
@@ -33,8 +35,9 @@ void note(RepairReport& report, const char* name, std::int64_t found, std::int64
 
 class Repair {
  public:
-  Repair(const TriangleMesh& input, const RepairOptions& options, RepairReport& report)
-      : options_(options), report_(report), mesh_(input) {
+  Repair(const TriangleMesh& input, const RepairOptions& options, Sheets sheets,
+         RepairReport& report)
+      : options_(options), sheets_(sheets), report_(report), mesh_(input) {
     ground_.floats = options.for_float_files;
     ground_.diagonal = bounding_box(input).diagonal();
   }
@@ -48,13 +51,15 @@ class Repair {
       shape();
       drop_debris();
       if (options_.holes != Holes::none) close(part);
-      turn();
-      if (!options_.intersections || !untangle_round(round, part)) break;
+      if (!settle_intersections(round, part)) break;
     }
     shape();
-    turn();
+    turn(pairs_that_meet());
     return mesh_;
   }
+
+  // Whether rings were left, or closed by patches that pass through something.
+  bool patches_cross() const { return crossing_patches_ > 0; }
 
  private:
   // What bounds nothing, and what other programs would join.
@@ -118,8 +123,12 @@ class Repair {
         [this](const WorkMesh& mesh, const std::vector<std::int32_t>& ring) {
           return wanted(mesh, ring);
         },
-        ground_, progress);
+        sheets_ == Sheets::close, ground_, progress);
     note(report_, "rings", changes.rings, changes.closed);
+    crossing_patches_ += changes.crossing + changes.refused;
+    if (sheets_ != Sheets::back || options_.holes != Holes::all) return;
+    const SheetChanges sheets = back_sheets(mesh_, ground_);
+    note(report_, "sheets", sheets.sheets, sheets.backed);
   }
 
   bool wanted(const WorkMesh& mesh, const std::vector<std::int32_t>& ring) const {
@@ -135,24 +144,60 @@ class Repair {
     return walked <= options_.max_ring_length && across <= options_.max_ring_diameter;
   }
 
-  void turn() {
-    const OutwardChanges changes = turn_outward(mesh_);
+  void turn(const std::vector<Intersection>& pairs) {
+    const OutwardChanges changes = turn_outward(mesh_, pairs);
     note(report_, "inward_components", changes.turned_shells, changes.turned_shells);
   }
 
-  // Whether another round may help.
-  bool untangle_round(int round, const Progress& progress) {
-    const UntangleChanges changes = untangle(mesh_, 2 + 2 * round, ground_, progress);
-    if (round == 0) note(report_, "self_intersections", changes.pairs, 0);
-    if (changes.pairs == 0) return false;
-    note(report_, "self_intersections", 0, changes.pairs - changes.left);
+  std::vector<Intersection> pairs_that_meet() {
+    TriangleMesh look;
+    look.points.swap(mesh_.points);
+    look.triangles.swap(mesh_.triangles);
+    std::vector<Intersection> pairs = find_self_intersections(look);
+    look.points.swap(mesh_.points);
+    look.triangles.swap(mesh_.triangles);
+    return pairs;
+  }
+
+  // Small folds are cut out where they are; what passes through itself after that is parted along
+  // the line where it does, and what lies inside goes. Whether another round may help.
+  bool settle_intersections(int round, const Progress& progress) {
+    const std::vector<Intersection> pairs = pairs_that_meet();
+    turn(pairs);
+    if (!options_.intersections || pairs.empty()) return false;
+    if (round == 0) note(report_, "self_intersections", static_cast<std::int64_t>(pairs.size()), 0);
+    if (round % 2 == 0 && part()) return true;
+    untangle(mesh_, pairs, std::max(1, 2 * round), ground_, progress);
+    return true;
+  }
+
+  bool part() {
+    weld_equal_points(mesh_);
+    remove_meaningless();
+    const std::vector<Intersection> pairs = pairs_that_meet();
+    if (pairs.empty() || !closed()) return false;
+    const UnionChanges changes = unite(mesh_, pairs, ground_);
+    note(report_, "inside_faces", changes.inside, changes.inside);
+    weld_equal_points(mesh_);
+    weld_close_points(mesh_, options_.weld * ground_.diagonal);
+    remove_meaningless();
+    return true;
+  }
+
+  bool closed() const {
+    const EdgeTable edges(mesh_.triangles, mesh_.points.size());
+    for (std::size_t e = 0; e < edges.count(); ++e) {
+      if (edges.valence(e) == 1) return false;
+    }
     return true;
   }
 
   const RepairOptions& options_;
+  Sheets sheets_;
   RepairReport& report_;
   WorkMesh mesh_;
   Ground ground_;
+  std::int64_t crossing_patches_ = 0;
 };
 
 std::int64_t defects(const Health& h) {
@@ -225,6 +270,33 @@ RepairResult unchanged(const TriangleMesh& mesh, RepairReport report, RepairStat
   return result;
 }
 
+RepairResult attempt(const TriangleMesh& mesh, const RepairOptions& options, Sheets sheets,
+                     const RepairReport& report, bool& patches_cross) {
+  RepairResult result;
+  result.report = report;
+  Repair repair(mesh, options, sheets, result.report);
+  result.mesh = repair.run().result(mesh, result.report.origin);
+  patches_cross = repair.patches_cross();
+  if (options.for_float_files) restore_doubles(mesh, result);
+  InspectOptions look;
+  look.as_stored_in_floats = options.for_float_files;
+  look.progress = share_of(options.progress, 0.9, 1, "inspect");
+  result.report.after = inspect(result.mesh, look);
+  measure_changes(mesh, result);
+  if (ends_as_wanted(result.report.after, options)) {
+    result.report.state = RepairState::repaired;
+  } else if (defects(result.report.after) < defects(report.before)) {
+    result.report.state = RepairState::improved;
+  }
+  return result;
+}
+
+// Health first, then what was kept of the input.
+bool better(const RepairResult& a, const RepairResult& b) {
+  if (a.report.state != b.report.state) return a.report.state < b.report.state;
+  return a.report.points_kept > b.report.points_kept;
+}
+
 RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options) {
   RepairReport report;
   InspectOptions look;
@@ -235,21 +307,16 @@ RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options
       options.min_faces == 0) {
     return unchanged(mesh, std::move(report), RepairState::healthy);
   }
-  RepairResult result;
-  result.report = report;
-  Repair repair(mesh, options, result.report);
-  result.mesh = repair.run().result(mesh, result.report.origin);
-  if (options.for_float_files) restore_doubles(mesh, result);
-  look.progress = share_of(options.progress, 0.9, 1, "inspect");
-  result.report.after = inspect(result.mesh, look);
-  if (ends_as_wanted(result.report.after, options)) {
-    result.report.state = RepairState::repaired;
-  } else if (defects(result.report.after) < defects(report.before)) {
-    result.report.state = RepairState::improved;
-  } else {
+  bool patches_cross = false;
+  const Sheets first = options.sheets == Sheets::back ? Sheets::back : Sheets::close;
+  RepairResult result = attempt(mesh, options, first, report, patches_cross);
+  if (options.sheets == Sheets::best && patches_cross) {
+    RepairResult other = attempt(mesh, options, Sheets::back, report, patches_cross);
+    if (better(other, result)) result = std::move(other);
+  }
+  if (result.report.state == RepairState::unchanged) {
     return unchanged(mesh, std::move(report), RepairState::unchanged);
   }
-  measure_changes(mesh, result);
   return result;
 }
 

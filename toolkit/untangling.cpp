@@ -298,14 +298,8 @@ class Untangler {
 
 }  // namespace
 
-UntangleChanges untangle(WorkMesh& mesh, int max_rows, const Ground& ground,
-                         const Progress& progress) {
-  TriangleMesh look;
-  look.points.swap(mesh.points);
-  look.triangles.swap(mesh.triangles);
-  const std::vector<Intersection> pairs = find_self_intersections(look);
-  look.points.swap(mesh.points);
-  look.triangles.swap(mesh.triangles);
+UntangleChanges untangle(WorkMesh& mesh, const std::vector<Intersection>& pairs, int max_rows,
+                         const Ground& ground, const Progress& progress) {
   if (pairs.empty()) return {};
   return Untangler(mesh, max_rows, ground).run(pairs, progress);
 }

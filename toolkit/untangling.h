@@ -2,7 +2,7 @@
 #ifndef SCANMESH_TOOLKIT_UNTANGLING_H
 #define SCANMESH_TOOLKIT_UNTANGLING_H
 
-#include "scanmesh/toolkit/error.h"
+#include "scanmesh/toolkit/inspect.h"
 #include "toolkit/patch_making.h"
 
 namespace scanmesh {
@@ -18,8 +18,8 @@ struct UntangleChanges {
 // triangles that meet, and a growing number of rows around them, are cut out and the rings that are
 // left are filled, and the first filling that meets nothing is taken. A place where none does stays
 // as it was. `max_rows` bounds the growth.
-UntangleChanges untangle(WorkMesh& mesh, int max_rows, const Ground& ground,
-                         const Progress& progress);
+UntangleChanges untangle(WorkMesh& mesh, const std::vector<Intersection>& pairs, int max_rows,
+                         const Ground& ground, const Progress& progress);
 
 }  // namespace scanmesh
 

@@ -25,6 +25,14 @@ enum class Holes {
   up_to  // those within max_ring_edges, max_ring_length and max_ring_diameter
 };
 
+/// What becomes of an open component whose rings no patch closes without passing through it: a
+/// plane, a face scan, a shell of a building.
+enum class Sheets {
+  best,   // what keeps more of the input: the two below are tried
+  close,  // the patch is taken all the same, and what lies inside goes
+  back    // it becomes a thin plate
+};
+
 struct RepairOptions {
   Keep keep = Keep::all;
   std::int64_t min_faces = 0;  // components with fewer faces go, whatever they are
@@ -34,6 +42,7 @@ struct RepairOptions {
   std::int64_t max_ring_edges = std::numeric_limits<std::int64_t>::max();
   double max_ring_length = std::numeric_limits<double>::infinity();
   double max_ring_diameter = std::numeric_limits<double>::infinity();
+  Sheets sheets = Sheets::best;
   bool intersections = true;  // false leaves self-intersections as they are
   /// New points are floats, and health is judged as a file of floats (STL, PLY) will have it.
   bool for_float_files = true;
