@@ -176,6 +176,31 @@ std::int64_t weld_close_points(WorkMesh& mesh, double tolerance) {
   return count;
 }
 
+std::int64_t weld_new_points(WorkMesh& mesh, double tolerance) {
+  DisjointSets sets(mesh.points.size());
+  std::vector<bool> has_old(mesh.points.size());
+  for (std::size_t v = 0; v < has_old.size(); ++v) has_old[v] = mesh.point_from[v] != kNew;
+  std::int64_t count = 0;
+  for (const Triangle& t : mesh.triangles) {
+    for (std::size_t k = 0; k < 3; ++k) {
+      if (distance(mesh.point(t[k]), mesh.point(t[(k + 1) % 3])) > tolerance) continue;
+      const auto a = static_cast<std::size_t>(sets.find(t[k]));
+      const auto b = static_cast<std::size_t>(sets.find(t[(k + 1) % 3]));
+      if (a == b || (has_old[a] && has_old[b])) continue;
+      const bool old = has_old[a] || has_old[b];
+      // Points of the input have the smaller numbers: the set is called by one where it has any.
+      sets.join(static_cast<std::int32_t>(a), static_cast<std::int32_t>(b));
+      has_old[std::min(a, b)] = old;
+      ++count;
+    }
+  }
+  if (count == 0) return 0;
+  std::vector<std::int32_t> name(mesh.points.size());
+  for (std::size_t v = 0; v < name.size(); ++v) name[v] = sets.find(static_cast<std::int32_t>(v));
+  rename_corners(mesh, name);
+  return count;
+}
+
 std::int64_t drop_doubles(WorkMesh& mesh) {
   std::vector<std::pair<Triangle, std::int32_t>> sorted;
   sorted.reserve(mesh.triangles.size());

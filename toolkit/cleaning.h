@@ -15,6 +15,9 @@ std::int64_t weld_equal_points(WorkMesh& mesh);
 // Joins the ends of edges up to `tolerance` long, and points of open edges that close to one
 // another.
 std::int64_t weld_close_points(WorkMesh& mesh, double tolerance);
+// Joins new points to what stands within `tolerance` along an edge: where a cut ended beside a
+// vertex, triangles too thin to be rounded come of it. Points of the input never join one another.
+std::int64_t weld_new_points(WorkMesh& mesh, double tolerance);
 // Drops all but the first of triangles with the same corners.
 std::int64_t drop_doubles(WorkMesh& mesh);
 // Drops triangles with a corner twice. Of three corners on one line the middle one splits what lies

@@ -33,6 +33,9 @@ void note(RepairReport& report, const char* name, std::int64_t found, std::int64
   }
 }
 
+// New points closer than this to another, by the box's diagonal, are joined to it.
+constexpr double kThinnest = 1e-5;
+
 class Repair {
  public:
   Repair(const TriangleMesh& input, const RepairOptions& options, Sheets sheets,
@@ -129,6 +132,7 @@ class Repair {
     if (sheets_ != Sheets::back || options_.holes != Holes::all) return;
     const SheetChanges sheets = back_sheets(mesh_, ground_);
     note(report_, "sheets", sheets.sheets, sheets.backed);
+    sheets_ = Sheets::close;  // what a later round cuts open isn't a sheet
   }
 
   bool wanted(const WorkMesh& mesh, const std::vector<std::int32_t>& ring) const {
@@ -166,9 +170,19 @@ class Repair {
     turn(pairs);
     if (!options_.intersections || pairs.empty()) return false;
     if (round == 0) note(report_, "self_intersections", static_cast<std::int64_t>(pairs.size()), 0);
-    if (round % 2 == 0 && part()) return true;
-    untangle(mesh_, pairs, std::max(1, 2 * round), ground_, progress);
+    if (!progresses(pairs.size())) return false;
+    if (round % 3 == 0 && part()) return true;
+    untangle(mesh_, pairs, 1 + round, ground_, progress);
     return true;
+  }
+
+  // Whether the last three rounds left fewer pairs than all before them.
+  bool progresses(std::size_t pairs) {
+    if (pairs < fewest_pairs_) {
+      fewest_pairs_ = pairs;
+      rounds_without_ = 0;
+    }
+    return ++rounds_without_ <= 3;
   }
 
   bool part() {
@@ -179,6 +193,7 @@ class Repair {
     const UnionChanges changes = unite(mesh_, pairs, ground_);
     note(report_, "inside_faces", changes.inside, changes.inside);
     weld_equal_points(mesh_);
+    weld_new_points(mesh_, kThinnest * ground_.diagonal);
     weld_close_points(mesh_, options_.weld * ground_.diagonal);
     remove_meaningless();
     return true;
@@ -198,6 +213,8 @@ class Repair {
   WorkMesh mesh_;
   Ground ground_;
   std::int64_t crossing_patches_ = 0;
+  std::size_t fewest_pairs_ = std::numeric_limits<std::size_t>::max();
+  int rounds_without_ = 0;
 };
 
 std::int64_t defects(const Health& h) {
@@ -297,6 +314,14 @@ bool better(const RepairResult& a, const RepairResult& b) {
   return a.report.points_kept > b.report.points_kept;
 }
 
+// Healthy, and nearly all points are there still: no second way is tried.
+bool kept_enough(const RepairResult& result) {
+  constexpr double kEnough = 0.99;
+  return result.report.state == RepairState::repaired &&
+         static_cast<double>(result.report.points_kept) >=
+             kEnough * static_cast<double>(result.report.before.vertices);
+}
+
 RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options) {
   RepairReport report;
   InspectOptions look;
@@ -310,7 +335,7 @@ RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options
   bool patches_cross = false;
   const Sheets first = options.sheets == Sheets::back ? Sheets::back : Sheets::close;
   RepairResult result = attempt(mesh, options, first, report, patches_cross);
-  if (options.sheets == Sheets::best && patches_cross) {
+  if (options.sheets == Sheets::best && patches_cross && !kept_enough(result)) {
     RepairResult other = attempt(mesh, options, Sheets::back, report, patches_cross);
     if (better(other, result)) result = std::move(other);
   }

@@ -98,7 +98,7 @@ class Region {
   Faces faces_;
 };
 
-// Takes triangles out for a trial and puts them back unless it is settled.
+// Takes triangles out for a trial and puts them back.
 class Removal {
  public:
   Removal(LiveMesh& live, const Faces& faces) : live_(live) {
@@ -108,17 +108,14 @@ class Removal {
     }
   }
   ~Removal() {
-    if (settled_) return;
     for (const auto& [f, t] : taken_) live_.mesh().triangles[static_cast<std::size_t>(f)] = t;
   }
   Removal(const Removal&) = delete;
   Removal& operator=(const Removal&) = delete;
-  void settle() { settled_ = true; }
 
  private:
   LiveMesh& live_;
   std::vector<std::pair<std::int32_t, Triangle>> taken_;
-  bool settled_ = false;
 };
 
 // The pairs that a set of triangles is part of.
@@ -197,14 +194,26 @@ class Untangler {
       if (seed.empty()) return 0;
     }
     const std::int64_t before = contacts_of(live_, seed);
+    Filling best;
+    best.faults = before;
     Region region(live_, seed);
-    for (int rows = 0; rows <= max_rows_; ++rows) {
+    for (int rows = 0; rows <= max_rows_ && best.faults > 0; ++rows) {
       if (rows > 0) region.grow();
       if (region.faces().size() > kMostFaces + 40 * seed.size()) break;
-      if (refill(region)) return 0;
+      try_fillings(region, best);
     }
-    return before;
+    if (best.faults == before) return before;
+    for (const std::int32_t f : best.cut) live_.kill(f);
+    take_patches(live_, best.patches);
+    return best.faults;
   }
+
+  // A region to cut out, and what would take its place.
+  struct Filling {
+    Faces cut;
+    std::vector<Patch> patches;
+    std::int64_t faults = 0;
+  };
 
   Faces still_meeting(const Faces& place) const {
     Faces meeting;
@@ -214,28 +223,26 @@ class Untangler {
     return meeting;
   }
 
-  // Cuts the region out and fills it; whether a filling without faults was found and taken.
-  bool refill(Region& region) {
+  // Cuts the region out for a trial and keeps the filling in `best` where it has fewer faults.
+  void try_fillings(Region& region, Filling& best) {
     Cut cut = region.cut();
-    for (int tries = 0; !cut.simple && tries < 4; ++tries) {
+    for (int tries = 0; !cut.simple && !cut.knots.empty() && tries < 4; ++tries) {
       for (const std::int32_t v : cut.knots) region.add_around(v);
-      if (cut.knots.empty()) return false;
       cut = region.cut();
     }
-    if (!cut.simple || cut.rings.empty()) return false;
-    Removal removal(live_, cut.faces);
+    if (!cut.simple || cut.rings.empty()) return;
+    const Removal removal(live_, cut.faces);
     for (const PatchKind kind : {PatchKind::continuing, PatchKind::flat, PatchKind::plain}) {
       std::vector<Patch> patches;
       for (const auto& ring : cut.rings) {
         patches.push_back(make_patch(live_, ring, kind, ground_));
         if (!patches.back().made) break;
       }
-      if (!patches.back().made || faults_of(live_, patches, 0) > 0) continue;
-      take_patches(live_, patches);
-      removal.settle();
-      return true;
+      if (!patches.back().made) continue;
+      const std::int64_t faults = faults_of(live_, patches, best.faults - 1);
+      if (faults < best.faults) best = {cut.faces, std::move(patches), faults};
+      if (best.faults == 0) return;
     }
-    return false;
   }
 
   // Copies of one vertex, and vertices that stand at one place for another reason, move into their

@@ -49,7 +49,7 @@ struct RepairOptions {
   /// Points closer than this share of the box's diagonal are joined along edges and cracks: other
   /// programs would do it, and open the mesh.
   double weld = 1.2e-6;
-  int max_rounds = 6;
+  int max_rounds = 12;
   Progress progress;
 };
 
