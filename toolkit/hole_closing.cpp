@@ -48,10 +48,18 @@ bool bounds_nothing(const LiveMesh& live, const Choice& choice,
   return true;
 }
 
+const char* refusal_of(const LiveMesh& live, const Choice& best,
+                       const std::vector<std::int32_t>& ring, bool crossing) {
+  if (!best.patch.made) return "a point isn't finite, or is met twice";
+  if (bounds_nothing(live, best, ring)) return "its patch would lie on the faces around it";
+  if (best.faults > 0 && !crossing) return "every patch would pass through the surface";
+  return nullptr;
+}
+
 }  // namespace
 
 HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, bool crossing,
-                        const Ground& ground, const Progress& progress) {
+                        const Ground& ground, const RingTold& tell, const Progress& progress) {
   HoleChanges changes;
   const EdgeTable edges(mesh.triangles, mesh.points.size());
   std::vector<std::vector<std::int32_t>> rings =
@@ -69,8 +77,9 @@ HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, bool crossing,
   for (std::size_t i = 0; i < rings.size(); ++i) {
     report(progress, static_cast<double>(i) / static_cast<double>(rings.size()), "holes");
     const Choice best = best_patch(live, rings[i], ground);
-    if (!best.patch.made || (best.faults > 0 && !crossing) ||
-        bounds_nothing(live, best, rings[i])) {
+    const char* const refusal = refusal_of(live, best, rings[i], crossing);
+    if (tell) tell(mesh, rings[i], refusal);
+    if (refusal != nullptr) {
       ++changes.refused;
       continue;
     }

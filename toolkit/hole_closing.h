@@ -19,10 +19,14 @@ struct HoleChanges {
 // Says whether a ring is to be closed.
 using RingChoice = std::function<bool(const WorkMesh&, const std::vector<std::int32_t>&)>;
 
+// Hears what became of a ring: `refusal` is null where it was closed.
+using RingTold =
+    std::function<void(const WorkMesh&, const std::vector<std::int32_t>&, const char* refusal)>;
+
 // Closes the rings that are chosen. Each gets the first kind of patch that meets nothing; where all
 // kinds do, the one with the fewest faults, if `crossing` allows it.
 HoleChanges close_rings(WorkMesh& mesh, const RingChoice& chosen, bool crossing,
-                        const Ground& ground, const Progress& progress);
+                        const Ground& ground, const RingTold& tell, const Progress& progress);
 
 }  // namespace scanmesh
 

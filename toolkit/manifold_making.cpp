@@ -277,4 +277,12 @@ ManifoldChanges make_manifold(WorkMesh& mesh) {
   return changes;
 }
 
+ManifoldChanges agree(WorkMesh& mesh) {
+  ManifoldChanges changes;
+  std::vector<std::int32_t> partner = partners(mesh, changes.junction_edges);
+  Turning(mesh, partner).run(changes);
+  if (changes.cut_edges > 0) split_fans(mesh, partner, changes);
+  return changes;
+}
+
 }  // namespace scanmesh

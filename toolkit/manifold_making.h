@@ -19,6 +19,9 @@ struct ManifoldChanges {
 // them. Moves nothing: copies stand where their originals do.
 ManifoldChanges make_manifold(WorkMesh& mesh);
 
+// Only turns triangles until neighbours agree, and cuts one-sided surfaces where there are any.
+ManifoldChanges agree(WorkMesh& mesh);
+
 }  // namespace scanmesh
 
 #endif  // SCANMESH_TOOLKIT_MANIFOLD_MAKING_H

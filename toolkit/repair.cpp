@@ -6,14 +6,12 @@
 #include <utility>
 
 #include "toolkit/cleaning.h"
+#include "toolkit/debris.h"
 #include "toolkit/hole_closing.h"
+#include "toolkit/intersection_rounds.h"
 #include "toolkit/manifold_making.h"
-#include "toolkit/nesting.h"
-#include "toolkit/outward.h"
 #include "toolkit/progress.h"
-#include "toolkit/self_union.h"
 #include "toolkit/sheets.h"
-#include "toolkit/untangling.h"
 #include "toolkit/validity.h"
 #include "toolkit/vector_math.h"
 
@@ -33,9 +31,6 @@ void note(RepairReport& report, const char* name, std::int64_t found, std::int64
   }
 }
 
-// New points closer than this to another, by the box's diagonal, are joined to it.
-constexpr double kThinnest = 1e-5;
-
 class Repair {
  public:
   Repair(const TriangleMesh& input, const RepairOptions& options, Sheets sheets,
@@ -47,6 +42,7 @@ class Repair {
 
   WorkMesh& run() {
     clean();
+    IntersectionRounds rounds(mesh_, ground_, options_.weld * ground_.diagonal);
     for (int round = 0; round < options_.max_rounds; ++round) {
       const double from = 0.1 + 0.7 * round / options_.max_rounds;
       const Progress part = share_of(options_.progress, from, from + 0.1, "repair");
@@ -54,10 +50,16 @@ class Repair {
       shape();
       drop_debris();
       if (options_.holes != Holes::none) close(part);
-      if (!settle_intersections(round, part)) break;
+      if (!options_.intersections || !rounds.round(part)) break;
     }
     shape();
-    turn(pairs_that_meet());
+    const std::int64_t turned = rounds.turn() + rounds.turned_shells();
+    note(report_, "inward_components", turned, turned);
+    if (options_.intersections) {
+      note(report_, "self_intersections", rounds.pairs_at_first(),
+           std::max<std::int64_t>(0, rounds.pairs_at_first() - rounds.pairs_now()));
+    }
+    note(report_, "inside_faces", rounds.inside_faces(), rounds.inside_faces());
     return mesh_;
   }
 
@@ -97,26 +99,12 @@ class Repair {
   }
 
   void drop_debris() {
-    const EdgeTable edges(mesh_.triangles, mesh_.points.size());
-    const Components components = components_by_edges(mesh_.triangles, edges);
-    const std::vector<Shell> shells = shells_of(mesh_.points, mesh_.triangles, edges, components);
-    double whole = 0;
-    double largest = 0;
-    for (const Shell& shell : shells) {
-      whole += shell.area;
-      largest = std::max(largest, shell.area);
-    }
-    std::int64_t dropped = 0;
-    for (std::int32_t f = 0; f < mesh_.size(); ++f) {
-      const Shell& shell =
-          shells[static_cast<std::size_t>(components.of_triangle[static_cast<std::size_t>(f)])];
-      const bool debris = !shell.closed && shell.area <= options_.debris * whole;
-      const bool unwanted = options_.keep == Keep::largest && shell.area < largest;
-      if (!debris && !unwanted && shell.faces >= options_.min_faces) continue;
-      mesh_.kill(f);
-      ++dropped;
-    }
-    if (dropped > 0) mesh_.compact();
+    const std::int64_t dropped =
+        drop_shells(mesh_, [this](const Shell& shell, const ShellTotals& all) {
+          const bool debris = !shell.closed && shell.area <= options_.debris * all.area;
+          const bool unwanted = options_.keep == Keep::largest && shell.area < all.largest;
+          return debris || unwanted || shell.faces < options_.min_faces;
+        });
     note(report_, "debris_faces", dropped, dropped);
   }
 
@@ -126,7 +114,7 @@ class Repair {
         [this](const WorkMesh& mesh, const std::vector<std::int32_t>& ring) {
           return wanted(mesh, ring);
         },
-        sheets_ == Sheets::close, ground_, progress);
+        sheets_ == Sheets::close, ground_, {}, progress);
     note(report_, "rings", changes.rings, changes.closed);
     crossing_patches_ += changes.crossing + changes.refused;
     if (sheets_ != Sheets::back || options_.holes != Holes::all) return;
@@ -148,73 +136,12 @@ class Repair {
     return walked <= options_.max_ring_length && across <= options_.max_ring_diameter;
   }
 
-  void turn(const std::vector<Intersection>& pairs) {
-    const OutwardChanges changes = turn_outward(mesh_, pairs);
-    note(report_, "inward_components", changes.turned_shells, changes.turned_shells);
-  }
-
-  std::vector<Intersection> pairs_that_meet() {
-    TriangleMesh look;
-    look.points.swap(mesh_.points);
-    look.triangles.swap(mesh_.triangles);
-    std::vector<Intersection> pairs = find_self_intersections(look);
-    look.points.swap(mesh_.points);
-    look.triangles.swap(mesh_.triangles);
-    return pairs;
-  }
-
-  // Small folds are cut out where they are; what passes through itself after that is parted along
-  // the line where it does, and what lies inside goes. Whether another round may help.
-  bool settle_intersections(int round, const Progress& progress) {
-    const std::vector<Intersection> pairs = pairs_that_meet();
-    turn(pairs);
-    if (!options_.intersections || pairs.empty()) return false;
-    if (round == 0) note(report_, "self_intersections", static_cast<std::int64_t>(pairs.size()), 0);
-    if (!progresses(pairs.size())) return false;
-    if (round % 3 == 0 && part()) return true;
-    untangle(mesh_, pairs, 1 + round, ground_, progress);
-    return true;
-  }
-
-  // Whether the last three rounds left fewer pairs than all before them.
-  bool progresses(std::size_t pairs) {
-    if (pairs < fewest_pairs_) {
-      fewest_pairs_ = pairs;
-      rounds_without_ = 0;
-    }
-    return ++rounds_without_ <= 3;
-  }
-
-  bool part() {
-    weld_equal_points(mesh_);
-    remove_meaningless();
-    const std::vector<Intersection> pairs = pairs_that_meet();
-    if (pairs.empty() || !closed()) return false;
-    const UnionChanges changes = unite(mesh_, pairs, ground_);
-    note(report_, "inside_faces", changes.inside, changes.inside);
-    weld_equal_points(mesh_);
-    weld_new_points(mesh_, kThinnest * ground_.diagonal);
-    weld_close_points(mesh_, options_.weld * ground_.diagonal);
-    remove_meaningless();
-    return true;
-  }
-
-  bool closed() const {
-    const EdgeTable edges(mesh_.triangles, mesh_.points.size());
-    for (std::size_t e = 0; e < edges.count(); ++e) {
-      if (edges.valence(e) == 1) return false;
-    }
-    return true;
-  }
-
   const RepairOptions& options_;
   Sheets sheets_;
   RepairReport& report_;
   WorkMesh mesh_;
   Ground ground_;
   std::int64_t crossing_patches_ = 0;
-  std::size_t fewest_pairs_ = std::numeric_limits<std::size_t>::max();
-  int rounds_without_ = 0;
 };
 
 std::int64_t defects(const Health& h) {
