@@ -82,7 +82,8 @@ class Turning {
   Turning(WorkMesh& mesh, std::vector<std::int32_t>& partner)
       : mesh_(mesh), partner_(partner), turned_(mesh.triangles.size(), -1) {}
 
-  void run(ManifoldChanges& changes) {
+  // The sides along which it cut.
+  std::vector<std::int32_t> run(ManifoldChanges& changes) {
     for (std::int32_t f = 0; f < mesh_.size(); ++f) {
       if (turned_[static_cast<std::size_t>(f)] < 0) spread(f, changes);
     }
@@ -90,6 +91,7 @@ class Turning {
     for (std::int32_t f = 0; f < mesh_.size(); ++f) {
       if (turned_[static_cast<std::size_t>(f)] == 1) turn(f);
     }
+    return std::move(cut_);
   }
 
  private:
@@ -133,6 +135,8 @@ class Turning {
       partner_[side] = kOpenSide;
       partner_[static_cast<std::size_t>(other)] = kOpenSide;
       ++changes.cut_edges;
+      cut_.push_back(static_cast<std::int32_t>(side));
+      cut_.push_back(other);
     }
   }
 
@@ -146,18 +150,23 @@ class Turning {
       const std::int32_t other = partner_[side];
       if (other >= 0) partner_[static_cast<std::size_t>(other)] = static_cast<std::int32_t>(side);
     }
+    for (std::int32_t& side : cut_) {
+      if (side / 3 == f && side % 3 != 1) side = 3 * f + 2 - side % 3;
+    }
   }
 
   WorkMesh& mesh_;
   std::vector<std::int32_t>& partner_;
   std::vector<std::int8_t> turned_;  // -1 before it is reached
+  std::vector<std::int32_t> cut_;
 };
 
 // Sets of corners that hang together at a vertex across partnered sides. A corner has the number of
 // the side that starts there.
 class Fans {
  public:
-  Fans(const WorkMesh& mesh, const std::vector<std::int32_t>& partner)
+  Fans(const WorkMesh& mesh, const std::vector<std::int32_t>& partner,
+       const std::vector<std::int32_t>& cut)
       : sets_(partner.size()), open_(partner.size(), 0) {
     for (std::int32_t side = 0; side < static_cast<std::int32_t>(partner.size()); ++side) {
       const std::int32_t other = partner[static_cast<std::size_t>(side)];
@@ -172,31 +181,40 @@ class Fans {
     }
     for (std::int32_t side = 0; side < static_cast<std::int32_t>(partner.size()); ++side) {
       if (partner[static_cast<std::size_t>(side)] >= 0) continue;
-      mark_open(side);
-      mark_open(side / 3 * 3 + (side % 3 + 1) % 3);
+      mark(side, kOpen);
+      mark(side / 3 * 3 + (side % 3 + 1) % 3, kOpen);
+    }
+    for (const std::int32_t side : cut) {
+      mark(side, kCut);
+      mark(side / 3 * 3 + (side % 3 + 1) % 3, kCut);
     }
   }
 
   std::int32_t of(std::int32_t corner) { return sets_.find(corner); }
-  bool open(std::int32_t fan) const { return open_[static_cast<std::size_t>(fan)] != 0; }
+  // Open and not by a cut: what lies between such fans will be closed, and joins them.
+  bool stays(std::int32_t fan) const { return open_[static_cast<std::size_t>(fan)] == kOpen; }
 
  private:
-  void mark_open(std::int32_t corner) { open_[static_cast<std::size_t>(of(corner))] = 1; }
+  static constexpr std::uint8_t kOpen = 1;
+  static constexpr std::uint8_t kCut = 2;
+  void mark(std::int32_t corner, std::uint8_t as) {
+    open_[static_cast<std::size_t>(of(corner))] = as;
+  }
 
   DisjointSets sets_;
   std::vector<std::uint8_t> open_;
 };
 
-// The vertex keeps its open fans, or its first closed one; each other closed fan gets a copy.
+// The vertex keeps its open fans, or the first other one; each other closed or cut fan gets a copy.
 void split_fans(WorkMesh& mesh, const std::vector<std::int32_t>& partner,
-                ManifoldChanges& changes) {
-  Fans fans(mesh, partner);
+                const std::vector<std::int32_t>& cut, ManifoldChanges& changes) {
+  Fans fans(mesh, partner, cut);
   std::vector<std::int32_t> vertex_of_fan(partner.size(), -1);
   std::vector<std::uint8_t> taken(mesh.points.size(), 0);
   const auto corners = static_cast<std::int32_t>(partner.size());
   for (std::int32_t corner = 0; corner < corners; ++corner) {
     const std::int32_t v = side_start(mesh.triangles, corner);
-    if (fans.open(fans.of(corner))) taken[static_cast<std::size_t>(v)] = 1;
+    if (fans.stays(fans.of(corner))) taken[static_cast<std::size_t>(v)] = 1;
   }
   for (std::int32_t corner = 0; corner < corners; ++corner) {
     const std::int32_t v = side_start(mesh.triangles, corner);
@@ -204,7 +222,7 @@ void split_fans(WorkMesh& mesh, const std::vector<std::int32_t>& partner,
     std::int32_t& vertex = vertex_of_fan[static_cast<std::size_t>(fan)];
     if (vertex < 0) {
       vertex = v;
-      if (!fans.open(fan)) {
+      if (!fans.stays(fan)) {
         if (taken[static_cast<std::size_t>(v)] != 0) {
           vertex = mesh.add_point(mesh.point(v), mesh.point_from[static_cast<std::size_t>(v)]);
           ++changes.split_vertices;
@@ -270,8 +288,8 @@ ManifoldChanges make_manifold(WorkMesh& mesh) {
     std::int64_t junctions = 0;
     std::vector<std::int32_t> partner = partners(mesh, junctions);
     if (round == 0) changes.junction_edges = junctions;
-    Turning(mesh, partner).run(changes);
-    split_fans(mesh, partner, changes);
+    const std::vector<std::int32_t> cut = Turning(mesh, partner).run(changes);
+    split_fans(mesh, partner, cut, changes);
     if (junctions == 0 || !split_edges_in_common(mesh, partner)) break;
   }
   return changes;
@@ -280,8 +298,8 @@ ManifoldChanges make_manifold(WorkMesh& mesh) {
 ManifoldChanges agree(WorkMesh& mesh) {
   ManifoldChanges changes;
   std::vector<std::int32_t> partner = partners(mesh, changes.junction_edges);
-  Turning(mesh, partner).run(changes);
-  if (changes.cut_edges > 0) split_fans(mesh, partner, changes);
+  const std::vector<std::int32_t> cut = Turning(mesh, partner).run(changes);
+  if (!cut.empty()) split_fans(mesh, partner, cut, changes);
   return changes;
 }
 

@@ -49,7 +49,7 @@ class Repair {
       scanmesh::report(part, 0, "repair");
       shape();
       drop_debris();
-      if (options_.holes != Holes::none) close(part);
+      if (options_.holes != Holes::none && close(part)) cut_junctions();
       if (!options_.intersections || !rounds.round(part)) break;
     }
     shape();
@@ -91,6 +91,10 @@ class Repair {
 
   void shape() {
     remove_meaningless();
+    cut_junctions();
+  }
+
+  void cut_junctions() {
     const ManifoldChanges changes = make_manifold(mesh_);
     note(report_, "nonmanifold_edges", changes.junction_edges, changes.junction_edges);
     note(report_, "nonmanifold_vertices", changes.split_vertices, changes.split_vertices);
@@ -108,7 +112,8 @@ class Repair {
     note(report_, "debris_faces", dropped, dropped);
   }
 
-  void close(const Progress& progress) {
+  // Whether the mesh has more faces now.
+  bool close(const Progress& progress) {
     const HoleChanges changes = close_rings(
         mesh_,
         [this](const WorkMesh& mesh, const std::vector<std::int32_t>& ring) {
@@ -117,10 +122,11 @@ class Repair {
         sheets_ == Sheets::close, ground_, {}, progress);
     note(report_, "rings", changes.rings, changes.closed);
     crossing_patches_ += changes.crossing + changes.refused;
-    if (sheets_ != Sheets::back || options_.holes != Holes::all) return;
+    if (sheets_ != Sheets::back || options_.holes != Holes::all) return changes.closed > 0;
     const SheetChanges sheets = back_sheets(mesh_, ground_);
     note(report_, "sheets", sheets.sheets, sheets.backed);
     sheets_ = Sheets::close;  // what a later round cuts open isn't a sheet
+    return changes.closed + sheets.backed > 0;
   }
 
   bool wanted(const WorkMesh& mesh, const std::vector<std::int32_t>& ring) const {
