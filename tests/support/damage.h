@@ -28,8 +28,8 @@ inline TriangleMesh noisy_torus(int around, int across, std::uint32_t seed, doub
       const double r = 0.4 + shake(random);
       const double ring = 1 + r * std::cos(b);
       const auto rounded = [](double x) { return static_cast<double>(static_cast<float>(x)); };
-      mesh.points.push_back({rounded(ring * std::cos(a)), rounded(ring * std::sin(a)),
-                             rounded(r * std::sin(b))});
+      mesh.points.push_back(
+          {rounded(ring * std::cos(a)), rounded(ring * std::sin(a)), rounded(r * std::sin(b))});
     }
   }
   const auto at = [&](int i, int j) { return (i % around) * across + j % across; };
@@ -110,21 +110,36 @@ class Damager {
 
   void apply(Damage damage) {
     switch (damage) {
-      case Damage::flipped_patch: return flip_patch();
-      case Damage::holes: return cut_hole();
-      case Damage::t_junctions: return split_one_side();
-      case Damage::double_layer: return double_patch();
-      case Damage::bowtie: return pinch();
-      case Damage::book: return add_pages();
-      case Damage::debris: return scatter();
-      case Damage::spikes: return pull_spike();
-      case Damage::overlapping_shell: return overlap();
-      case Damage::needles: return add_needle();
-      case Damage::shuffled_winding: return shuffle();
-      case Damage::soup: return unweld();
-      case Damage::folds: return fold();
-      case Damage::moebius: return add_moebius();
-      case Damage::count: break;
+      case Damage::flipped_patch:
+        return flip_patch();
+      case Damage::holes:
+        return cut_hole();
+      case Damage::t_junctions:
+        return split_one_side();
+      case Damage::double_layer:
+        return double_patch();
+      case Damage::bowtie:
+        return pinch();
+      case Damage::book:
+        return add_pages();
+      case Damage::debris:
+        return scatter();
+      case Damage::spikes:
+        return pull_spike();
+      case Damage::overlapping_shell:
+        return overlap();
+      case Damage::needles:
+        return add_needle();
+      case Damage::shuffled_winding:
+        return shuffle();
+      case Damage::soup:
+        return unweld();
+      case Damage::folds:
+        return fold();
+      case Damage::moebius:
+        return add_moebius();
+      case Damage::count:
+        break;
     }
   }
 
@@ -210,7 +225,8 @@ class Damager {
       const Point at{real(-2, 2), real(-2, 2), real(-2, 2)};
       const auto first = static_cast<std::int32_t>(mesh_.points.size());
       for (int k = 0; k < 3; ++k) {
-        mesh_.points.push_back({at.x + real(-0.01, 0.01), at.y + real(-0.01, 0.01), at.z + real(-0.01, 0.01)});
+        mesh_.points.push_back(
+            {at.x + real(-0.01, 0.01), at.y + real(-0.01, 0.01), at.z + real(-0.01, 0.01)});
       }
       mesh_.triangles.push_back({first, first + 1, first + 2});
     }
