@@ -168,11 +168,19 @@ void Face::check_vector() {
 }
 
 void Face::sort_out_mem() {
+  if (records.block == nullptr) return;
+  const scanmesh::RecordMemory<_vert> vertices(vert_store->records);
+  const scanmesh::RecordMemory<_edge> edges(edge_store->records);
   const auto vacate = [](_face*) {};
-  const auto settle = [](_face* place, _face* from) {
-    // The lists of corners and edges follow, so that they name no slot that is gone.
-    for (_vert* vert : place->vert) scanmesh::replace_all(vert->face, vert->face_num, from, place);
-    for (_edge* edge : place->edge) scanmesh::replace_all(edge->face, edge->face_num, from, place);
+  const auto settle = [&](_face* place, _face* from) {
+    // The lists of corners and edges follow, so that they name no slot that is gone. A face may
+    // have no edges.
+    for (_vert* vert : place->vert) {
+      if (vertices.holds(vert)) scanmesh::replace_all(vert->face, vert->face_num, from, place);
+    }
+    for (_edge* edge : place->edge) {
+      if (edges.holds(edge)) scanmesh::replace_all(edge->face, edge->face_num, from, place);
+    }
   };
   scanmesh::compact(records, vacate, settle);
 }
