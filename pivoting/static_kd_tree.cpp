@@ -111,9 +111,6 @@ KdTreeX::KdTreeX(const KdTreeX& other)
       eps(other.eps),
       sorted(other.sorted),
       index(std::make_unique<SearchIndex>(*other.index)) {}
-KdTreeX::KdTreeX(KdTreeX&& other) : KdTreeX() {
-  *this = std::move(other);
-}
 KdTreeX& KdTreeX::operator=(const KdTreeX& other) {
   cloud = std::make_unique<XCloud>(*other.cloud);
   checks = other.checks;
@@ -121,6 +118,10 @@ KdTreeX& KdTreeX::operator=(const KdTreeX& other) {
   sorted = other.sorted;
   index = std::make_unique<SearchIndex>(*other.index);
   return *this;
+}
+// NOLINTBEGIN(performance-noexcept-move-constructor): see the header
+KdTreeX::KdTreeX(KdTreeX&& other) : KdTreeX() {
+  *this = std::move(other);
 }
 KdTreeX& KdTreeX::operator=(KdTreeX&& other) {
   if (this == &other) return *this;
@@ -133,6 +134,7 @@ KdTreeX& KdTreeX::operator=(KdTreeX&& other) {
   sorted = other.sorted;
   return *this;
 }
+// NOLINTEND(performance-noexcept-move-constructor)
 KdTreeX::~KdTreeX() = default;
 
 KdTreeX_Static::KdTreeX_Static() = default;

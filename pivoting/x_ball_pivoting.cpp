@@ -79,8 +79,10 @@ XBallPivoting& XBallPivoting::operator=(const XBallPivoting& other) {
   return *this = std::move(copy);
 }
 
+// NOLINTBEGIN(performance-noexcept-move-constructor): see the header
 XBallPivoting::XBallPivoting(XBallPivoting&& other) = default;
 XBallPivoting& XBallPivoting::operator=(XBallPivoting&& other) = default;
+// NOLINTEND(performance-noexcept-move-constructor)
 
 XBallPivoting::~XBallPivoting() = default;
 
