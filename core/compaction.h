@@ -3,6 +3,8 @@
 #define SCANMESH_CORE_COMPACTION_H
 
 #include <algorithm>
+#include <cstdint>
+#include <vector>
 
 #include "scanmesh/stores.h"
 
@@ -50,6 +52,38 @@ void compact(MemS::MemAllo<Record>& records, Vacate vacate, Settle settle) {
     drop_last(records, kept_block);
   }
 }
+
+// The memory of a store's records, as it stands when this is made, to tell what may still be
+// followed: a record that nobody lists keeps its pointers when what they name goes with a block.
+template <typename Record>
+class RecordMemory {
+ public:
+  explicit RecordMemory(const MemS::MemAllo<Record>& records)
+      : bytes_(static_cast<std::uintptr_t>(records.block_size) * sizeof(Record)) {
+    if (records.block == nullptr) return;
+    // Blocks beyond the count stand, too, if a record was moved up into them.
+    const int32_t last = std::max(records.block_no, records.block_top);
+    for (int32_t i = 0; i <= last && i < records.block_capacity; ++i) {
+      if (records.block[i] == nullptr) continue;
+      first_.push_back(reinterpret_cast<std::uintptr_t>(records.block[i]));
+    }
+    std::sort(first_.begin(), first_.end());
+  }
+
+  // False for null, too.
+  bool holds(const Record* record) const {
+    const auto address = reinterpret_cast<std::uintptr_t>(record);
+    const auto above = std::upper_bound(first_.begin(), first_.end(), address);
+    return above != first_.begin() && address - *(above - 1) < bytes_;
+  }
+
+ private:
+  std::uintptr_t bytes_;  // of a block
+  std::vector<std::uintptr_t> first_;
+};
+
+// Edge::sort_out_mem for edges whose ends may be gone.
+void compact_edges(Mesh_R::Edge& edges, const Mesh_R::Vertex& vertices);
 
 }  // namespace scanmesh
 

@@ -4,6 +4,29 @@
 
 namespace Mesh_R {
 
+namespace {
+
+// `stands` tells of an end whether it may be followed.
+template <typename Stands>
+void compact(Edge& edges, Stands stands) {
+  const auto vacate = [](_edge* place) {
+    scanmesh::drop_list(place->face, place->face_cap, kEdgeListCapacity);
+  };
+  const auto settle = [&](_edge* place, _edge* from) {
+    scanmesh::own_list(place->face, place->face_num, place->face_cap, kEdgeListCapacity);
+    for (int i = 0; i < place->face_num; ++i) {
+      _face* const face = place->face[i];
+      std::replace(std::begin(face->edge), std::end(face->edge), from, place);
+    }
+    for (_vert* vert : place->vert) {
+      if (stands(vert)) scanmesh::replace_all(vert->edge, vert->edge_num, from, place);
+    }
+  };
+  scanmesh::compact(edges.records, vacate, settle);
+}
+
+}  // namespace
+
 void Edge::inalize(int block_size, int block_capacity) {
   records.inalize(block_size, block_capacity);
   face_mem.inalize(block_size, block_capacity);
@@ -19,6 +42,7 @@ _edge* Edge::insert_edge(_vert* a, _vert* b) {
   _edge* const edge = &records.allocate_mem();
   edge->vert[0] = a;
   edge->vert[1] = b;
+  edge->face_num = 0;  // a record that comes back after a compaction may have been a live one
   scanmesh::give_list(edge->face, edge->face_cap, kEdgeListCapacity, face_mem);
   return edge;
 }
@@ -87,18 +111,16 @@ void Edge::recover_mem(_edge* edge) {
 }
 
 void Edge::sort_out_mem() {
-  const auto vacate = [](_edge* place) {
-    scanmesh::drop_list(place->face, place->face_cap, kEdgeListCapacity);
-  };
-  const auto settle = [](_edge* place, _edge* from) {
-    scanmesh::own_list(place->face, place->face_num, place->face_cap, kEdgeListCapacity);
-    for (int i = 0; i < place->face_num; ++i) {
-      _face* const face = place->face[i];
-      std::replace(std::begin(face->edge), std::end(face->edge), from, place);
-    }
-    for (_vert* vert : place->vert) scanmesh::replace_all(vert->edge, vert->edge_num, from, place);
-  };
-  scanmesh::compact(records, vacate, settle);
+  compact(*this, [](const _vert* end) { return end != nullptr; });
 }
 
 }  // namespace Mesh_R
+
+namespace scanmesh {
+
+void compact_edges(Mesh_R::Edge& edges, const Mesh_R::Vertex& vertices) {
+  const RecordMemory<Mesh_R::_vert> ends(vertices.records);
+  Mesh_R::compact(edges, [&](const Mesh_R::_vert* end) { return ends.holds(end); });
+}
+
+}  // namespace scanmesh

@@ -67,6 +67,19 @@ bool repair_marked(Vertex& vertices, MemS::MemAllo<_face>& faces) {
   return turned;
 }
 
+// Takes away the edges without a face that end at a vertex. A triangle that couldn't be made leaves
+// such edges behind, and no face's deletion reaches them: they would outlive their end.
+void delete_faceless_edges(Edge& edges, _vert* vert) {
+  for (int i = vert->edge_num - 1; i >= 0; --i) {
+    _edge* const edge = vert->edge[i];
+    if (edge->face_num != 0) continue;
+    edges.recover_mem(edge);
+    for (_vert* end : edge->vert) edges.dele_vert(end, edge);
+    // An edge from the vertex to itself was listed twice.
+    i = std::min<int>(i, vert->edge_num);
+  }
+}
+
 }  // namespace
 
 void Face::inalize(Vertex* vertices, Edge* edges, int block_size, int block_capacity) {
@@ -99,7 +112,11 @@ void Face::dele_face(_face* face) {
   if (face == nullptr || face->state == kStateDeleted) return;
   face->state = kStateDeleted;
   for (_edge* edge : face->edge) edge_store->dele_edge(edge, face);
-  for (_vert* vert : face->vert) vert_store->dele_vert(vert, face);
+  for (_vert* vert : face->vert) {
+    const bool last = vert != nullptr && vert->face_num == 1 && vert->face[0] == face;
+    if (last) delete_faceless_edges(*edge_store, vert);
+    vert_store->dele_vert(vert, face);
+  }
   --real_num;
 }
 
@@ -151,11 +168,19 @@ void Face::check_vector() {
 }
 
 void Face::sort_out_mem() {
+  if (records.block == nullptr) return;
+  const scanmesh::RecordMemory<_vert> vertices(vert_store->records);
+  const scanmesh::RecordMemory<_edge> edges(edge_store->records);
   const auto vacate = [](_face*) {};
-  const auto settle = [](_face* place, _face* from) {
-    // The lists of corners and edges follow, so that they name no slot that is gone.
-    for (_vert* vert : place->vert) scanmesh::replace_all(vert->face, vert->face_num, from, place);
-    for (_edge* edge : place->edge) scanmesh::replace_all(edge->face, edge->face_num, from, place);
+  const auto settle = [&](_face* place, _face* from) {
+    // The lists of corners and edges follow, so that they name no slot that is gone. A face may
+    // have no edges.
+    for (_vert* vert : place->vert) {
+      if (vertices.holds(vert)) scanmesh::replace_all(vert->face, vert->face_num, from, place);
+    }
+    for (_edge* edge : place->edge) {
+      if (edges.holds(edge)) scanmesh::replace_all(edge->face, edge->face_num, from, place);
+    }
   };
   scanmesh::compact(records, vacate, settle);
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "core/compaction.h"
 #include "core/parallel.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
@@ -73,6 +74,8 @@ void Mesh::inlin_inalize_mesh() {
 }
 
 void Mesh::free() {
+  // Its leaves name vertices.
+  oct.free();
   face.free();
   vertex.free();
   edge.free();
@@ -81,7 +84,7 @@ void Mesh::free() {
 void Mesh::sort_out_mem() {
   // Faces last: the two others still read the faces in the lists.
   vertex.sort_out_mem();
-  edge.sort_out_mem();
+  scanmesh::compact_edges(edge, vertex);
   face.sort_out_mem();
   face.real_num = face.get_real_facenum();
 }

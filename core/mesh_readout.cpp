@@ -1,6 +1,8 @@
 // Handing a mesh to the application: new arrays that the caller owns.
 #include <cassert>
 #include <cstring>
+#include <limits>
+#include <new>
 
 #include "core/live_records.h"
 #include "scanmesh/mesh.h"
@@ -61,6 +63,12 @@ bool corner_has_tag(const _face& face, uint8_t tag) {
   return has_tag(*face.vert[0], tag) || has_tag(*face.vert[1], tag) || has_tag(*face.vert[2], tag);
 }
 
+// The length of an array as it goes back to the caller, in 32 bits.
+int returned(int64_t entries) {
+  if (entries > std::numeric_limits<int32_t>::max()) throw std::bad_alloc();
+  return static_cast<int>(entries);
+}
+
 bool all_corners_live(const _face& face) {
   for (const _vert* vert : face.vert) {
     if (vert->state == Mesh_R::kStateDeleted) return false;
@@ -84,8 +92,7 @@ int* Mesh::get_point_index(int& n) {
 }
 
 int* Mesh::get_edge_index(int& n) {
-  const int live = count_live(edge.records);
-  n = 2 * live;
+  n = returned(2 * int64_t{count_live(edge.records)});
   int* const ends = new int[static_cast<std::size_t>(n)];
   int* out = ends;
   for_each_live(edge.records, [&](_edge& record) {
@@ -103,6 +110,7 @@ int* Mesh::get_face_index(_face**& faces, int& n, int step) {
   const int total = face.get_facenum();
   std::size_t taken = 0;
   for (int64_t i = 0; i < total; i += step) taken += wanted(face.records[static_cast<int>(i)]);
+  returned(3 * static_cast<int64_t>(taken));
   int* const corners = new int[3 * taken];
   faces = new _face*[taken];
   n = 0;

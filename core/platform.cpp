@@ -36,10 +36,8 @@ MemoryStatus memory_status() {
           status.ullAvailPageFile};
 }
 
-void set_thread_affinity(std::thread& thread, uint64_t mask) {
-  if (mask == 0) return;
-  SetThreadAffinityMask(reinterpret_cast<HANDLE>(thread.native_handle()),
-                        static_cast<DWORD_PTR>(mask));
+void set_thread_affinity(uint64_t mask) {
+  if (mask != 0) SetThreadAffinityMask(GetCurrentThread(), static_cast<DWORD_PTR>(mask));
 }
 
 int64_t remaining_bytes(FILE* stream) {
@@ -57,11 +55,8 @@ FILE* open_file(const wchar_t* path, const char* mode) {
 
 FILE* open_file(const char* path, const char* mode) {
   if (path == nullptr) return nullptr;
-  const int length = MultiByteToWideChar(CP_UTF8, 0, path, -1, nullptr, 0);
-  if (length <= 0) return std::fopen(path, mode);
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, path, -1, wide.data(), length);
-  return open_file(wide.c_str(), mode);
+  std::wstring wide;
+  return widen(path, wide) ? open_file(wide.c_str(), mode) : std::fopen(path, mode);
 }
 
 #else
@@ -112,14 +107,14 @@ MemoryStatus memory_status() {
   return status;
 }
 
-void set_thread_affinity(std::thread& thread, uint64_t mask) {
+void set_thread_affinity(uint64_t mask) {
   if (mask == 0) return;
   cpu_set_t set;
   CPU_ZERO(&set);
   for (int i = 0; i < 64; ++i) {
     if ((mask >> i) & 1U) CPU_SET(static_cast<std::size_t>(i), &set);
   }
-  pthread_setaffinity_np(thread.native_handle(), sizeof(set), &set);
+  pthread_setaffinity_np(pthread_self(), sizeof(set), &set);
 }
 
 int64_t remaining_bytes(FILE* stream) {
@@ -143,6 +138,15 @@ void append_utf8(std::string& out, uint32_t c) {
   constexpr uint32_t kLead[] = {0, 0xC0, 0xE0, 0xF0};
   out += static_cast<char>(kLead[more] | c >> (6 * more));
   for (int i = more - 1; i >= 0; --i) out += static_cast<char>(0x80 | (c >> (6 * i) & 0x3F));
+}
+
+// Wide characters of 16 bits take two for what lies beyond them.
+void append_wide(std::wstring& out, uint32_t c) {
+  if (sizeof(wchar_t) == 2 && c >= 0x10000) {
+    out += static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
+    c = 0xDC00 + (c & 0x3FF);
+  }
+  out += static_cast<wchar_t>(c);
 }
 
 bool is_high_surrogate(uint32_t c) {
@@ -170,6 +174,28 @@ std::string utf8(const std::wstring& text) {
     append_utf8(out, c);
   }
   return out;
+}
+
+bool widen(const char* text, std::wstring& wide) {
+  wide.clear();
+  for (const auto* p = reinterpret_cast<const unsigned char*>(text); *p != 0;) {
+    const uint32_t lead = *p++;
+    const int more = lead < 0x80 ? 0 : lead < 0xC0 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+    // A byte that only goes on, or one that no character begins with.
+    if (more < 0 || lead >= 0xF8) return false;
+    uint32_t c = more == 0 ? lead : lead & (0x3FU >> more);
+    for (int i = 0; i < more; ++i, ++p) {
+      if ((*p & 0xC0) != 0x80) return false;
+      c = c << 6 | (*p & 0x3FU);
+    }
+    // In more bytes than it needs, half of a pair, or beyond the last character there is.
+    constexpr uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
+    if (c < kLeast[more] || is_high_surrogate(c) || is_low_surrogate(c) || c > 0x10FFFF) {
+      return false;
+    }
+    append_wide(wide, c);
+  }
+  return true;
 }
 
 uint64_t worker_affinity_mask(uint64_t core_count) {

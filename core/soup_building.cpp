@@ -4,6 +4,7 @@
 #include <atomic>
 #include <future>
 #include <limits>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -36,6 +37,11 @@ void insert_one_by_one(Mesh& mesh, const Soup& soup) {
   }
 }
 
+// Links and list entries that the bulk run looks at per triangle, on the average, before it is
+// given up: a corner or an edge of very many faces makes every further look long. Scans stay far
+// below.
+constexpr int64_t kLooksPerTriangle = 64;
+
 // A record by number, without a division where there is one block.
 template <typename T>
 T* record_at(MemS::MemAllo<T>& records, int32_t number) {
@@ -47,7 +53,8 @@ class EdgeChains {
  public:
   // A closed mesh has one and a half times as many edges as triangles; what isn't used isn't
   // touched.
-  EdgeChains(std::size_t vertices, int triangles) : head_(vertices, -1) {
+  EdgeChains(std::size_t vertices, int triangles)
+      : head_(vertices, -1), looks_left_(kLooksPerTriangle * triangles) {
     links_.reserve(static_cast<std::size_t>(triangles) * 7 / 4);
   }
 
@@ -56,6 +63,7 @@ class EdgeChains {
     int32_t& head = head_[static_cast<std::size_t>(std::min(a, b))];
     const int32_t sum = a ^ b;
     for (int32_t i = head; i >= 0; i = links_[static_cast<std::size_t>(i)].next) {
+      --looks_left_;
       const Link& link = links_[static_cast<std::size_t>(i)];
       if ((link.a ^ link.b) == sum) return {i, false};
     }
@@ -63,6 +71,9 @@ class EdgeChains {
     head = static_cast<int32_t>(links_.size()) - 1;
     return {head, true};
   }
+
+  // Counts what else is looked at; false when it has become too much.
+  bool spend(int looks) { return (looks_left_ -= looks) >= 0; }
 
   // Ends in the order in which the edge was asked for.
   struct Link {
@@ -75,6 +86,7 @@ class EdgeChains {
  private:
   std::vector<int32_t> head_;
   std::vector<Link> links_;
+  int64_t looks_left_;
 };
 
 class BulkBuilding {
@@ -82,9 +94,11 @@ class BulkBuilding {
   BulkBuilding(Mesh& mesh, const Soup& soup)
       : mesh_(mesh), soup_(soup), welded_(weld_equal_corners(soup, processor_count())) {}
 
-  // False when corners that aren't equal weld as well, or a vertex has more edges than its list
-  // can count: the mesh is to be made anew then, one triangle after the other.
+  // False when corners that aren't equal weld as well, when a vertex has more edges than its list
+  // can count, or when the walks get long: the mesh is to be made anew then, one triangle after the
+  // other.
   bool run() {
+    if (welded_.clustered) return false;
     for (Vec3f& point : welded_.points) mesh_.vertex.records.allocate_mem().point = point;
     welded_.points = {};
     std::future<void> cells = std::async(std::launch::async, [this] { enter_cells(); });
@@ -139,6 +153,10 @@ class BulkBuilding {
       if (stop_.load(std::memory_order_relaxed)) return;
       _edge* const edge[3] = {edge_between(id[1], id[2]), edge_between(id[0], id[2]),
                               edge_between(id[0], id[1])};
+      if (!edges_.spend(edge[0]->face_num)) {
+        stop_ = true;
+        return;
+      }
       _vert* const vert[3] = {vertex(id[0]), vertex(id[1]), vertex(id[2])};
       if (has_face(mesh_.edge, edge[0], vert[0], vert[1], vert[2])) {
         id[0] = -1;
@@ -235,6 +253,8 @@ bool build_in_bulk(Mesh& mesh, const Soup& soup) {
     return BulkBuilding(mesh, soup).run();
   } catch (const std::system_error&) {
     return false;  // no thread to be had
+  } catch (const std::bad_alloc&) {
+    return false;  // single insertions need less
   }
 }
 

@@ -26,10 +26,16 @@ struct Soup {
 struct WeldedSoup {
   std::vector<int32_t> ids;  // three per triangle; -1 for a triangle that a mesh doesn't take
   std::vector<MemS::Point3v<float>> points;
+  // Too many corners have nearly the same hash; nothing is welded then.
+  bool clustered = false;
 };
 
 // Two workers or more; the result is that of one.
 WeldedSoup weld_equal_corners(const Soup& soup, int workers);
+
+// The size, as a power of two, that follows when a table of 2^bits slots is too small. Raises
+// std::bad_alloc where slots would no longer be numbered by 32 bits.
+int wider_table(int bits);
 
 // Mesh::insert for every triangle in order. Where the mesh has an empty octree and no records yet,
 // most of it is done in bulk, with the same outcome in every record, list and cell.

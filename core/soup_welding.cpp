@@ -1,6 +1,7 @@
 // Numbers for corners with equal coordinates, by a hash table that all workers fill together.
 #include <algorithm>
 #include <atomic>
+#include <new>
 
 #include "core/facet_normal.h"
 #include "core/parallel.h"
@@ -17,6 +18,11 @@ constexpr int kMostWorkers = 32;
 // Slots that a worker takes before it tells the others; all workers' together fit into the reserve
 // of the smallest table.
 constexpr int64_t kTally = 256;
+// A table of a hundred million corners, three quarters full, has runs of five hundred. A file whose
+// corners were chosen to meet at one slot would walk over all of them for each.
+constexpr int kMostProbes = 1024;
+// Slots are numbered by 32 bits.
+constexpr int kMostBits = 31;
 
 // Open addressing. A slot holds the first corner, by number, of those that have met there: whoever
 // comes earlier in the soup takes it over, so the outcome doesn't depend on who came first in time.
@@ -27,10 +33,11 @@ class CornerTable {
     for (auto& slot : slots_) slot.store(kEmpty, std::memory_order_relaxed);
   }
 
-  // The slot of a corner. Adds to `taken` when it takes a new one.
+  // The slot of a corner; kEmpty when it isn't found soon. Adds to `taken` when it takes a new one.
   int32_t enter(int32_t corner, const Vec3f& point, uint64_t hash, int64_t& taken) {
     const std::size_t mask = slots_.size() - 1;
-    for (std::size_t i = hash >> shift_;; i = (i + 1) & mask) {
+    std::size_t i = hash >> shift_;
+    for (int probe = 0; probe < kMostProbes; ++probe, i = (i + 1) & mask) {
       std::atomic<int32_t>& slot = slots_[i];
       int32_t first = slot.load(std::memory_order_relaxed);
       if (first == kEmpty &&
@@ -44,6 +51,7 @@ class CornerTable {
       }
       return static_cast<int32_t>(i);
     }
+    return kEmpty;
   }
 
   // From here on it would be slow, and a full one would be walked for ever.
@@ -82,10 +90,13 @@ class RecentSlots {
   std::vector<Entry> entries_ = std::vector<Entry>(kEntries);
 };
 
-// Enters all corners; `slots` gets the slot of each. False when the table is too small.
-bool enter_all(const Soup& soup, int workers, CornerTable& table, std::vector<int32_t>& slots) {
+enum class Entering { kAll, kCrowded, kClustered };
+
+// Enters all corners; `slots` gets the slot of each, unless the table is too small or its corners
+// stand in each other's way.
+Entering enter_all(const Soup& soup, int workers, CornerTable& table, std::vector<int32_t>& slots) {
   std::atomic<int64_t> all_taken{0};
-  std::atomic<bool> crowded{false};
+  std::atomic<Entering> outcome{Entering::kAll};
   run_slices(soup.count, workers, [&](std::ptrdiff_t begin, std::ptrdiff_t end) {
     int64_t taken = 0;
     RecentSlots recent;
@@ -98,14 +109,17 @@ bool enter_all(const Soup& soup, int workers, CornerTable& table, std::vector<in
         std::fill_n(out, 3, kEmpty);
         continue;
       }
-      for (int k = 0; k < 3; ++k) out[k] = recent.enter(table, 3 * triangle + k, corner[k], taken);
+      for (int k = 0; k < 3; ++k) {
+        out[k] = recent.enter(table, 3 * triangle + k, corner[k], taken);
+        if (out[k] == kEmpty) outcome = Entering::kClustered;
+      }
+      if (outcome.load(std::memory_order_relaxed) != Entering::kAll) return;
       if (taken < kTally) continue;
-      if (table.crowded(all_taken += taken)) crowded = true;
-      if (crowded.load(std::memory_order_relaxed)) return;
+      if (table.crowded(all_taken += taken)) outcome = Entering::kCrowded;
       taken = 0;
     }
   });
-  return !crowded;
+  return outcome;
 }
 
 // Slots become numbers in the order of the corners that hold them.
@@ -136,13 +150,21 @@ WeldedSoup weld_equal_corners(const Soup& soup, int workers) {
   // A closed mesh has half as many vertices as faces, and a table likes to be a third full.
   int bits = kLeastBits;
   while ((int64_t{1} << bits) < 3 * static_cast<int64_t>(soup.count) / 2) ++bits;
-  for (;; bits += 2) {
+  for (;; bits = wider_table(bits)) {
     CornerTable table(soup, bits);
-    if (!enter_all(soup, workers, table, welded.ids)) continue;
+    const Entering outcome = enter_all(soup, workers, table, welded.ids);
+    if (outcome == Entering::kCrowded) continue;
+    welded.clustered = outcome == Entering::kClustered;
+    if (welded.clustered) return welded;
     welded.points.reserve(static_cast<std::size_t>(soup.count) * 5 / 8);
     number_slots(soup, table, welded);
     return welded;
   }
+}
+
+int wider_table(int bits) {
+  if (bits >= kMostBits) throw std::bad_alloc();
+  return std::min(bits + 2, kMostBits);
 }
 
 }  // namespace scanmesh

@@ -11,8 +11,10 @@ ThreadPool::ThreadPool(std::size_t cores, std::size_t threads)
   std::unique_lock<std::mutex> lock(queue_lock);
   try {
     for (std::size_t i = 0; i < threads; ++i) {
-      workers.emplace_back([this, i] { work(i); });
-      scanmesh::set_thread_affinity(workers.back(), mask);
+      workers.emplace_back([this, i, mask] {
+        scanmesh::set_thread_affinity(mask);
+        work(i);
+      });
     }
   } catch (...) {
     shut_down(lock);

@@ -24,6 +24,9 @@ void Vertex::free() {
 _vert* Vertex::insert_vert(MemS::Point3v<float>& point) {
   _vert* const vert = &records.allocate_mem();
   vert->point = point;
+  // A record that comes back after a compaction may have been a live one.
+  vert->edge_num = 0;
+  vert->face_num = 0;
   scanmesh::give_list(vert->edge, vert->edge_cap, kVertexListCapacity, edge_mem);
   scanmesh::give_list(vert->face, vert->face_cap, kVertexListCapacity, face_mem);
   return vert;

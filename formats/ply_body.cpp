@@ -39,6 +39,17 @@ bool has_corners(const PlyHeader& header) {
   return false;
 }
 
+// Rows whose coordinates take no bytes could be claimed in any number.
+bool knows_coordinates(const PlyHeader& header) {
+  for (const Element& element : header.elements) {
+    if (element.kind != PLY_Base::VertexElement) continue;
+    for (const Property& property : element.properties) {
+      if (property.meaning <= PLY_Base::Z && property.type == PLY_Base::Unsupported) return false;
+    }
+  }
+  return true;
+}
+
 // A channel by channel colour, as the file's rows give it.
 struct Colour {
   int32_t channel[4] = {0, 0, 0, 0};
@@ -284,6 +295,10 @@ PlyBody read_ply_body(const PlyHeader& header, const char* begin, const char* en
                       TriMeshData& data, std::ostream& messages) {
   if (header.dimension != 3) {
     messages << "[PLYReader] : Only vertex dimension 3 is supported.\n";
+    return {false, 0, begin};
+  }
+  if (!knows_coordinates(header)) {
+    messages << "unsupported conversion type to float: 0\n";
     return {false, 0, begin};
   }
   if (!header.options.is_binary()) {

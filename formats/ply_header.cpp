@@ -98,9 +98,9 @@ class HeaderParser {
   }
   // A property before the first element belongs to nothing, and nothing comes of it.
   void add(PLY_Base::Property&& property) {
-    if (!header_.elements.empty()) {
-      header_.elements.back().properties.push_back(std::move(property));
-    }
+    if (header_.elements.empty()) return;
+    has_custom_ = has_custom_ || property.meaning == PLY_Base::CustomProperty;
+    header_.elements.back().properties.push_back(std::move(property));
   }
   bool knows_all() const { return grammar_ == PlyGrammar::kRead; }
 
@@ -109,6 +109,7 @@ class HeaderParser {
   const PlyGrammar grammar_;
   PlyHeader& header_;
   std::ostream& messages_;
+  bool has_custom_ = false;  // among the properties of the last element so far
 };
 
 bool HeaderParser::parse() {
@@ -189,6 +190,7 @@ bool HeaderParser::parse_element() {
     messages_ << "PLY header unsupported element type: " << element.name << '\n';
   }
   header_.elements.push_back(std::move(element));
+  has_custom_ = false;
   return true;
 }
 
@@ -284,11 +286,7 @@ bool HeaderParser::parse_list() {
 void HeaderParser::face_list(PLY_Base::Property& property) {
   if (property.name == "vertex_index" || property.name == "vertex_indices") {
     property.meaning = PLY_Base::VertexList;
-    const auto& earlier = header_.elements.back().properties;
-    const auto is_custom = [](const PLY_Base::Property& other) {
-      return other.meaning == PLY_Base::CustomProperty;
-    };
-    if (std::any_of(earlier.begin(), earlier.end(), is_custom)) {
+    if (has_custom_) {
       messages_ << "Custom face Properties defined, before 'vertex_indices' property was defined. "
                    "They will be skipped\n";
     }

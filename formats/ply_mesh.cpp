@@ -75,6 +75,7 @@ int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
     scanmesh::tell_invalid_faces(body.invalid + astray, static_cast<int32_t>(data.nb_face - astray),
                                  std::cerr);
     mesh.inalize();
+    mesh.face.real_num = 0;  // of what the mesh held before nothing is left
     insert_vertices(mesh, data);
     insert_faces(mesh, data);
   } catch (const std::bad_alloc&) {

@@ -65,6 +65,7 @@ void insert_facets(Mesh& mesh, FacetCorners& corners) {
   const Extent extent = extent_of(corners);
   mesh.center = extent.middle();
   mesh.inalize_oct(mesh.center, extent.half());
+  mesh.face.real_num = 0;  // of what the mesh held before nothing is left
   // The normal of a file is never used: the mesh makes its own.
   scanmesh::Soup soup;
   soup.count = static_cast<int>(corners.size() / 3);

@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <vector>
+#include <new>
 
 #include "core/live_records.h"
+#include "core/platform.h"
 #include "core/vector_math.h"
 #include "formats/binary_stream.h"
 #include "formats/stl_parsing.h"
@@ -15,10 +16,24 @@ namespace {
 constexpr char kHeaderText[] = "Created by Marunsen\xEF\xBC\x8CSTL Format";
 static_assert(sizeof(kHeaderText) <= scanmesh::kStlHeaderBytes, "the header holds the text");
 
-constexpr std::size_t kFacetsPerWrite = 4096;
-
 struct CloseFile {
   void operator()(FILE* file) const { std::fclose(file); }
+};
+
+// Room for facets on their way into the file: a small one where there is no memory for a large one,
+// so that a scan can still be saved.
+class FacetBuffer {
+ public:
+  FacetBuffer() : large_(new (std::nothrow) unsigned char[kLargeBytes]()) {}
+
+  unsigned char* data() { return large_ != nullptr ? large_.get() : small_; }
+  std::size_t size() const { return large_ != nullptr ? kLargeBytes : sizeof(small_); }
+
+ private:
+  static constexpr std::size_t kLargeBytes = 4096 * scanmesh::kStlFacetBytes;
+
+  std::unique_ptr<unsigned char[]> large_;
+  unsigned char small_[20 * scanmesh::kStlFacetBytes] = {};
 };
 
 // A face that isn't finite is left out of count and facets alike, so that the count stays right.
@@ -59,7 +74,7 @@ void Face::output(FILE* stream) {
   scanmesh::store_u32(static_cast<uint32_t>(count), head + scanmesh::kStlHeaderBytes);
   std::fwrite(head, 1, sizeof(head), stream);
 
-  std::vector<unsigned char> buffer(kFacetsPerWrite * scanmesh::kStlFacetBytes, 0);
+  FacetBuffer buffer;
   std::size_t used = 0;
   scanmesh::for_each_in(records, 0, total, [&](int, const _face& face) {
     if (!is_written(face)) return;
@@ -79,7 +94,7 @@ namespace Mesh_M {
 
 void Mesh::output_STL(const char* path) {
   // Passed on unchecked: a path that can't be opened writes "tex.stl", so that a scan isn't lost.
-  face.output(path == nullptr ? nullptr : std::fopen(path, "wb"));
+  face.output(scanmesh::open_file(path, "wb"));
 }
 
 }  // namespace Mesh_M

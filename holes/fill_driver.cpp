@@ -225,7 +225,7 @@ void project_patch(Hole& finder, const std::vector<_vert*>& base,
 }  // namespace
 
 void Hole::fill_Hole_Num(float f, int hole, int rings3) {
-  _hole* const ring = holes[hole];
+  _hole* const ring = (*this)[hole];
   if (ring == nullptr || ring->edges->size() < 1) return;
   Opening opening = open_fill(*this, f, ring, rings3);
   // The patch maker needs no anchors, so the neighbourhood isn't smoothed for them, nor is the
@@ -243,7 +243,7 @@ void Hole::fill_Hole_Num(float f, int hole, int rings3) {
 }
 
 void Hole::fill_Hole_No(float f, int hole, int rings3) {
-  _hole* const ring = holes[hole];
+  _hole* const ring = (*this)[hole];
   if (ring == nullptr || ring->edges->size() < 1) return;
   Opening opening = open_fill(*this, f, ring, rings3);
   const std::vector<Vec3f> anchors = smoothed_anchors(opening);

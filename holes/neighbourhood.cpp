@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/face_building.h"
+#include "holes/ring_records.h"
 
 namespace scanmesh {
 
@@ -67,7 +68,7 @@ _vert** Hole::getHoleVert(int& count, int hole, int rings) {
 
 _vert** Hole::getHoleVert(int& count, int hole, int rings, int stride) {
   const std::vector<_vert*> verts =
-      scanmesh::thinned(scanmesh::vertices_around(holes[hole], rings), stride);
+      scanmesh::thinned(scanmesh::vertices_around((*this)[hole], rings), stride);
   count = static_cast<int>(verts.size());
   _vert** const array = new _vert*[verts.size()];
   std::copy(verts.begin(), verts.end(), array);
@@ -75,12 +76,15 @@ _vert** Hole::getHoleVert(int& count, int hole, int rings, int stride) {
 }
 
 void Hole::get_edge(_edge*& result, _vert* a, _vert* b) {
+  result = nullptr;
+  if (!scanmesh::is_set_up(*this)) return;
   bool created = false;
   result = scanmesh::find_or_create_edge(*vert_store, *edge_store, a, b, &created);
   if (created && result != nullptr) added_edges.allocate_mem() = result;
 }
 
 void Hole::remove_some_edge(int hole, _face** faces, int faceCount) {
+  if (!scanmesh::is_set_up(*this)) return;
   const auto flip_edges = [=] {
     for (int i = 0; i < faceCount; ++i) {
       for (_edge* edge : faces[i]->edge) scanmesh::flip_state(edge);

@@ -98,7 +98,7 @@ void check_ring(Hole& finder, _hole* ring, std::vector<_edge*>& scratch) {
 // The form of the operations that look for the one ring through an edge.
 template <typename Walk>
 void build_one(Hole& finder, _edge* start, Walk walk) {
-  if (start == nullptr) return;
+  if (start == nullptr || !scanmesh::is_set_up(finder)) return;
   clear_rings(finder);
   finder.edge_total = 0;
   if (start->face_num != 1 || start->state == kStateOnePass) return;
@@ -153,7 +153,7 @@ void Hole::getVertex(Vertex* vertices) {
 void Hole::build_hole() {
   clear_rings(*this);
   edge_total = 0;
-  if (edge_store == nullptr) return;
+  if (edge_store == nullptr || !scanmesh::is_set_up(*this)) return;
   WalkMarks marks;
   std::vector<_edge*> scratch;
   for (const Found& run : scan_edges(*edge_store)) {
@@ -171,7 +171,7 @@ void Hole::build_hole() {
 
 void Hole::build_smallhole(int limit) {
   clear_rings(*this);
-  if (edge_store == nullptr) return;
+  if (edge_store == nullptr || !scanmesh::is_set_up(*this)) return;
   // The edge total belongs to the last full search; this one leaves it as it was.
   const int32_t total = edge_total;
   WalkMarks marks;

@@ -9,6 +9,11 @@
 
 namespace scanmesh {
 
+// Whether the finder has its lists: without them there is nowhere to put what it finds or adds.
+inline bool is_set_up(const Mesh_R::Hole& finder) {
+  return finder.holes.block != nullptr;
+}
+
 // A new empty ring in a new cell of the list.
 Mesh_R::_hole* append_ring(Mesh_R::Hole& finder);
 

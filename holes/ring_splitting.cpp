@@ -143,6 +143,7 @@ class RingSplitter {
 
 void Hole::check_hole_split(_edge** scratch, _hole* hole) {
   if (scratch == nullptr || hole == nullptr || hole->edges->size() < 2) return;
+  if (!scanmesh::is_set_up(*this)) return;
   const int n = hole->edges->size();
   for (int i = 0; i < n; ++i) scratch[i] = (*hole->edges)[i];
   RingSplitter(*this, scratch, n, hole).run();

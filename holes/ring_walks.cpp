@@ -154,15 +154,18 @@ void compact_hole_edges(_hole* ring) {
 }  // namespace
 
 _hole* Hole::gethole(_edge* start) {
+  if (!scanmesh::is_set_up(*this)) return nullptr;
   return walk_vertex_lists(*this, start, kWalkLimit);
 }
 
 // A longer ring stays open, and check_hole_reasonable throws it away: that is the size filter.
 _hole* Hole::gethole_smallHole(_edge* start, int limit) {
+  if (!scanmesh::is_set_up(*this)) return nullptr;
   return walk_vertex_lists(*this, start, limit < 2 ? 0 : limit - 1);
 }
 
 _hole* Hole::gethole_temp(_edge* start, float* const reference) {
+  if (!scanmesh::is_set_up(*this)) return nullptr;
   _hole* const ring = walk_fans(
       *this, start, [reference](const _edge* edge) { return beyond_reference(edge, reference); });
   compact_hole_edges(ring);
@@ -170,12 +173,14 @@ _hole* Hole::gethole_temp(_edge* start, float* const reference) {
 }
 
 _hole* Hole::gethole_temp_oval(_edge* start, float* const) {
+  if (!scanmesh::is_set_up(*this)) return nullptr;
   _hole* const ring = walk_fans(*this, start, [](const _edge*) { return false; });
   compact_hole_edges(ring);
   return ring;
 }
 
 _hole* Hole::gethole_trim(_edge* start, int maxEdges, float* const reference) {
+  if (!scanmesh::is_set_up(*this)) return nullptr;
   _hole* const ring = begin_ring(*this, start);
   _vert* pivot = start->vert[0];
   _edge* current = start;

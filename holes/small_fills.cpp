@@ -64,6 +64,7 @@ void tie_rim(Hole& finder, const _vert* around, const _vert* a, const _vert* b, 
 }  // namespace
 
 void Hole::auto_fill_small_hole(int limit) {
+  if (!scanmesh::is_set_up(*this)) return;
   const int first = face_store->get_facenum();
   for (int i = 0, n = holes.size(); i < n; ++i) {
     if (holes[i] != nullptr && holes[i]->edges->size() <= limit) fillHolePolyline(holes[i]->edges);
@@ -74,7 +75,7 @@ void Hole::auto_fill_small_hole(int limit) {
 }
 
 int Hole::fillHolePolyline(MemS::MemAllo<_edge*>* ring) {
-  if (ring == nullptr || ring->size() < 3) return 0;
+  if (ring == nullptr || ring->size() < 3 || !scanmesh::is_set_up(*this)) return 0;
   const int n = ring->size();
   std::vector<_edge*> edges;
   for (int i = 0; i < n; ++i) edges.push_back((*ring)[i]);
@@ -99,6 +100,7 @@ int Hole::fillHolePolyline(MemS::MemAllo<_edge*>* ring) {
 }
 
 int Hole::add_face(_vert* a, _vert* b, _vert* c, int mayCreate) {
+  if (!scanmesh::is_set_up(*this)) return 0;
   if (mayCreate == 0 && vert_store->find_edge(a, b) == nullptr) return 0;
   _edge* ab = nullptr;
   _edge* ac = nullptr;
@@ -115,6 +117,7 @@ int Hole::add_face(_vert* a, _vert* b, _vert* c, int mayCreate) {
 }
 
 void Hole::add_new_face(_vert* a, _vert* b, _vert* c) {
+  if (!scanmesh::is_set_up(*this)) return;
   _edge* const ab = scanmesh::find_or_create_edge(*vert_store, *edge_store, a, b);
   if (scanmesh::has_face(*edge_store, ab, a, b, c)) return;
   _edge* const ac = scanmesh::find_or_create_edge(*vert_store, *edge_store, a, c);
@@ -125,6 +128,7 @@ void Hole::add_new_face(_vert* a, _vert* b, _vert* c) {
 }
 
 void Hole::MergeTwoV_One(_vert* a, _vert* b, _vert* c, _vert* (*buffer)[3]) {
+  if (!scanmesh::is_set_up(*this)) return;
   tie_rim(*this, a, a, b, c);
   tie_rim(*this, b, a, b, c);
   _vert*(*end)[3] = take_faces(*face_store, a, buffer);

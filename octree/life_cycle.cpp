@@ -126,6 +126,7 @@ void Oct_tree_Tri::oct_free() {
 }
 
 void Oct_tree_Tri::inalize_mark() {
+  free_mark();
   marker_nodes.inalize(kMarkerBlock, kMarkerTable);
   marker_radius.inalize(kMarkerBlock, kMarkerTable);
   marker_half.reserve(kMarkerBlock);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/platform.h"
 #include "scanmesh/marching.h"
 
 namespace {
@@ -38,7 +39,7 @@ void MC_Triangulation::cut_off(float* point) {
 
 void MC_Triangulation::mc_output_data(const char* file) {
   const std::unique_ptr<FILE, CloseFile> out(
-      std::fopen(file != nullptr ? file : "Testdif.stl", "wb"));
+      scanmesh::open_file(file != nullptr ? file : "Testdif.stl", "wb"));
   // The facets are all that is left of the scan: they stay for another try.
   if (out == nullptr) return;
   char header[kHeaderBytes] = {};

@@ -105,6 +105,36 @@ constexpr const char* kNotBuiltForNormals =
 }  // namespace
 
 KdTreeX::KdTreeX() : cloud(std::make_unique<XCloud>()), index(std::make_unique<SearchIndex>()) {}
+KdTreeX::KdTreeX(const KdTreeX& other)
+    : cloud(std::make_unique<XCloud>(*other.cloud)),
+      checks(other.checks),
+      eps(other.eps),
+      sorted(other.sorted),
+      index(std::make_unique<SearchIndex>(*other.index)) {}
+KdTreeX& KdTreeX::operator=(const KdTreeX& other) {
+  cloud = std::make_unique<XCloud>(*other.cloud);
+  checks = other.checks;
+  eps = other.eps;
+  sorted = other.sorted;
+  index = std::make_unique<SearchIndex>(*other.index);
+  return *this;
+}
+// NOLINTBEGIN(performance-noexcept-move-constructor): see the header
+KdTreeX::KdTreeX(KdTreeX&& other) : KdTreeX() {
+  *this = std::move(other);
+}
+KdTreeX& KdTreeX::operator=(KdTreeX&& other) {
+  if (this == &other) return *this;
+  auto no_cloud = std::make_unique<XCloud>();
+  auto no_index = std::make_unique<SearchIndex>();
+  cloud = std::exchange(other.cloud, std::move(no_cloud));
+  index = std::exchange(other.index, std::move(no_index));
+  checks = other.checks;
+  eps = other.eps;
+  sorted = other.sorted;
+  return *this;
+}
+// NOLINTEND(performance-noexcept-move-constructor)
 KdTreeX::~KdTreeX() = default;
 
 KdTreeX_Static::KdTreeX_Static() = default;

@@ -19,19 +19,15 @@ _edge* free_edge(const StoreSet& stores, _vert* a, _vert* b) {
   return edge->face_num < 2 ? edge : nullptr;
 }
 
-// Left by triangles that couldn't be made.
-std::vector<_edge*> faceless_edges(const _vert* vert) {
+// Takes the edges that failed triangles left at a vertex out of its list, so that they aren't
+// deleted along with it.
+std::vector<_edge*> set_faceless_apart(_vert* vert) {
   std::vector<_edge*> out;
   for (int i = 0; i < vert->edge_num; ++i) {
     if (vert->edge[i]->face_num == 0) out.push_back(vert->edge[i]);
   }
+  for (const _edge* edge : out) remove_first(vert->edge, vert->edge_num, edge);
   return out;
-}
-
-void delete_faceless(const StoreSet& stores, _edge* edge) {
-  if (edge->state == Mesh_R::kStateDeleted) return;
-  stores.edges.recover_mem(edge);
-  for (_vert* end : edge->vert) stores.edges.dele_vert(end, edge);
 }
 
 // A deleted vertex has no lists any more; without new ones it would take no face.
@@ -70,20 +66,9 @@ _face* make_triangle(const StoreSet& stores, _vert* a, _vert* b, _vert* c, Vec3f
   return face;
 }
 
-void remove_face(const StoreSet& stores, _face* face) {
-  std::vector<_edge*> orphans;
-  for (const _vert* vert : face->vert) {
-    if (vert->face_num != 1) continue;
-    const std::vector<_edge*> faceless = faceless_edges(vert);
-    orphans.insert(orphans.end(), faceless.begin(), faceless.end());
-  }
-  stores.faces.dele_face(face);
-  for (_edge* edge : orphans) delete_faceless(stores, edge);
-}
-
 void reject_face(const StoreSet& stores, _face* face, _vert* candidate) {
   std::vector<_edge*> faceless;
-  if (candidate->face_num == 1) faceless = faceless_edges(candidate);
+  if (candidate->face_num == 1) faceless = set_faceless_apart(candidate);
   stores.faces.dele_face(face);
   if (candidate->state == Mesh_R::kStateDeleted) revive(stores, candidate, faceless);
 }
@@ -93,7 +78,7 @@ void delete_spurs(const StoreSet& stores, int first_face) {
     _face* const face = stores.faces[i];
     if (face->state == Mesh_R::kStateDeleted) continue;
     const _vert* const corner = spur_corner(*face);
-    if (corner != nullptr && corner->face_num > 1) remove_face(stores, face);
+    if (corner != nullptr && corner->face_num > 1) stores.faces.dele_face(face);
   }
 }
 

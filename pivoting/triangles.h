@@ -28,9 +28,6 @@ struct StoreSet {
 Mesh_R::_face* make_triangle(const StoreSet& stores, Mesh_R::_vert* a, Mesh_R::_vert* b,
                              Mesh_R::_vert* c, Vec3f normal);
 
-// Deletes a face. Edges without a face go together with the vertices that this deletes.
-void remove_face(const StoreSet& stores, Mesh_R::_face* face);
-
 // Deletes a face that was just made on `candidate`, which stays or becomes available again.
 void reject_face(const StoreSet& stores, Mesh_R::_face* face, Mesh_R::_vert* candidate);
 

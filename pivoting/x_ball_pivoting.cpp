@@ -1,7 +1,10 @@
 #include "scanmesh/x_ball_pivoting.h"
 
+#include <algorithm>
 #include <cassert>
 #include <iostream>
+#include <iterator>
+#include <utility>
 
 #include "core/platform.h"
 #include "pivoting/pivot_search.h"
@@ -46,6 +49,40 @@ XBallPivoting::XBallPivoting()
     : cos_20(scanmesh::cos_degrees(20)),
       cos_120(scanmesh::cos_degrees(120)),
       cos_75(scanmesh::cos_degrees(75)) {}
+
+XBallPivoting::XBallPivoting(const XBallPivoting& other)
+    : nn_count(other.nn_count),
+      base_radius(other.base_radius),
+      cos_20(other.cos_20),
+      cos_120(other.cos_120),
+      cos_75(other.cos_75),
+      max_dist(other.max_dist),
+      face_store(other.face_store),
+      vert_store(other.vert_store),
+      edge_store(other.edge_store),
+      nodes(other.nodes),
+      tree(other.tree),
+      front(other.front),
+      task_nodes(other.task_nodes),
+      task_indices(other.task_indices),
+      task_dists(other.task_dists) {
+  std::copy(std::begin(other.radius), std::end(other.radius), radius);
+  std::copy(std::begin(other.radius_sq), std::end(other.radius_sq), radius_sq);
+  // The index was built over points that lie elsewhere now, in the same order.
+  if (tree.cloud->points == other.nodes.data()) tree.cloud->set(nodes.data(), tree.cloud->count);
+  // What the other's last search found is among its own points.
+  for (std::vector<XNode*>& table : task_nodes) std::fill(table.begin(), table.end(), nullptr);
+}
+
+XBallPivoting& XBallPivoting::operator=(const XBallPivoting& other) {
+  XBallPivoting copy(other);
+  return *this = std::move(copy);
+}
+
+// NOLINTBEGIN(performance-noexcept-move-constructor): see the header
+XBallPivoting::XBallPivoting(XBallPivoting&& other) = default;
+XBallPivoting& XBallPivoting::operator=(XBallPivoting&& other) = default;
+// NOLINTEND(performance-noexcept-move-constructor)
 
 XBallPivoting::~XBallPivoting() = default;
 

@@ -72,9 +72,8 @@ std::vector<_face*> choose_faces(Mesh_M::Mesh& mesh, Seam seam, int& kept_count)
 }
 
 void delete_faces(Mesh_M::Mesh& mesh, const std::vector<_face*>& faces) {
-  const scanmesh::StoreSet stores{mesh.vertex, mesh.edge, mesh.face};
   for (_face* face : faces) {
-    scanmesh::remove_face(stores, face);
+    mesh.face.dele_face(face);
     for (_vert* corner : face->vert) {
       if (corner->state == Mesh_R::kStateDeleted) corner->state = scanmesh::kVertLostFaces;
     }

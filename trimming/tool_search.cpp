@@ -30,6 +30,8 @@ void select_around(Mesh_M::Mesh& mesh, const std::vector<Mesh_R::_vert*>& kept) 
   if (kept.empty()) return;
   const std::lock_guard<std::mutex> lock(mesh.search_lock);
   for (Mesh_R::_vert* vert : kept) {
+    // Marks are taken back by way of the faces: on a vertex without one it would stay.
+    if (vert->face_num == 0) continue;
     vert->searched = true;
     for (int i = 0; i < vert->face_num; ++i) {
       Mesh_R::_face* const face = vert->face[i];

@@ -83,7 +83,8 @@ std::vector<Mesh_R::_vert*> vertices_within(Mesh_R::Vertex& vertices, const Tool
   return kept;
 }
 
-// Marks the vertices as searched and appends their faces to the mesh's selection, each once.
+// Marks the vertices that have faces as searched and appends their faces to the mesh's selection,
+// each once.
 void select_around(Mesh_M::Mesh& mesh, const std::vector<Mesh_R::_vert*>& kept);
 
 // Selects by all vertices, on 1.5 tasks per processor. The selection comes in the order in which

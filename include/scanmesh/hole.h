@@ -26,7 +26,8 @@ struct _hole {
 ///
 /// The hole list can hold empty cells, left by rings that were split or dropped: whoever reads it
 /// tests for null. The lists of added records hold the last fill, which Revoked_last can undo until
-/// the next fill commits it. One thread at a time; only build_hole() runs threads of its own.
+/// the next fill commits it. Before inalize() and after free() nothing is found or filled, and
+/// every cell is empty. One thread at a time; only build_hole() runs threads of its own.
 class SCANMESH_API Hole {
  public:
   MemS::MemAllo<_hole*> holes;
@@ -56,7 +57,7 @@ class SCANMESH_API Hole {
   /// Binds it to a store of vertices.
   void getVertex(Vertex* vertices);
   /// The ring of a cell; null for an empty one.
-  _hole* operator[](int i) { return holes[i]; }
+  _hole* operator[](int i) { return holes.block == nullptr ? nullptr : holes[i]; }
 
   /// All rings of the mesh. Scans the edges on as many threads as there are processors.
   void build_hole();

@@ -81,8 +81,10 @@ class MemAllo {
     block[0] = new_block();
   }
 
-  /// The next element. Its address holds until free().
+  /// The next element. Its address holds until free(). Elements are numbered by 32 bits: one beyond
+  /// them isn't handed out.
   T& allocate_mem() {
+    if (wide_size() >= std::numeric_limits<int32_t>::max()) throw std::bad_alloc();
     if (block_used == block_size) {
       ++block_no;
       block_used = 0;
@@ -92,10 +94,11 @@ class MemAllo {
     return elements[block_used++];
   }
 
-  /// `count` consecutive elements of one block, count < block_size. A request that would end
-  /// exactly at the end of a block moves to the next one, and the rest of the block stays empty.
+  /// `count` consecutive elements of one block, count <= block_size. A request that would end
+  /// exactly at the end of a block moves to the next one, and the rest of the block stays empty; a
+  /// whole block is served by the next one, too.
   T* allocate_mem(int count) {
-    assert(count >= 0 && count < block_size);
+    assert(count >= 0 && count <= block_size);
     if (block_used + count >= block_size) {
       ++block_no;
       block_used = 0;
@@ -110,7 +113,11 @@ class MemAllo {
   T& operator[](int i) { return block[i / block_size][i % block_size]; }
   const T& operator[](int i) const { return block[i / block_size][i % block_size]; }
 
-  int size() const { return block_no * block_size + block_used; }
+  int size() const {
+    const int64_t count = wide_size();
+    if (count > std::numeric_limits<int32_t>::max()) throw std::bad_alloc();
+    return static_cast<int>(count);
+  }
 
   /// Back to no elements; blocks and old values stay.
   void clear_mem() {
@@ -154,6 +161,8 @@ class MemAllo {
   static constexpr std::size_t kMappedBytes = std::size_t{1} << 20;
   // How far ahead of its elements a block is made resident at most.
   static constexpr std::size_t kTouchedBytes = std::size_t{1} << 18;
+
+  int64_t wide_size() const { return int64_t{block_no} * block_size + block_used; }
 
   static Header* header(const T* elements) {
     return reinterpret_cast<Header*>(const_cast<char*>(reinterpret_cast<const char*>(elements)) -

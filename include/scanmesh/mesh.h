@@ -80,7 +80,7 @@ class SCANMESH_API Mesh {
   void inalize_mesh();
   /// Computes vertex normals, repairs the orientation, binds the hole finder. Keeps the octree.
   void inlin_inalize_mesh();
-  /// Releases the three stores; the object can go through inalize() again.
+  /// Releases the three stores and the octree; the object can go through inalize() again.
   void free();
   /// Compaction of vertices, edges, faces: a last step before the mesh is read out.
   void sort_out_mem();
@@ -190,7 +190,8 @@ class SCANMESH_API Mesh {
   float* input_ply(const std::wstring& path);
   float* input_ply(const char* path);
 
-  /// Writes binary STL. A path that can't be opened writes "tex.stl" in the working directory.
+  /// Writes binary STL. The path is UTF-8; one that can't be opened writes "tex.stl" in the working
+  /// directory.
   void output_STL(const char* path);
 
   // The text writers below report no failure. Numbers are printed as "%f" does, in every locale.

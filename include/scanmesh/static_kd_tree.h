@@ -100,6 +100,14 @@ class KdTreeX {
 
  protected:
   KdTreeX();
+  /// A copy looks at the same elements; what was moved from is left without any.
+  KdTreeX(const KdTreeX& other);
+  KdTreeX& operator=(const KdTreeX& other);
+  // It gets an empty index, which takes memory.
+  // NOLINTBEGIN(performance-noexcept-move-constructor)
+  KdTreeX(KdTreeX&& other);
+  KdTreeX& operator=(KdTreeX&& other);
+  // NOLINTEND(performance-noexcept-move-constructor)
 };
 
 /// Bounding-box tree with up to ten points in a leaf (Friedman, Bentley, Finkel 1977), built by
@@ -108,6 +116,10 @@ class KdTreeX {
 class KdTreeX_Static : public KdTreeX {
  public:
   KdTreeX_Static();
+  KdTreeX_Static(const KdTreeX_Static&) = default;
+  KdTreeX_Static(KdTreeX_Static&&) = default;
+  KdTreeX_Static& operator=(const KdTreeX_Static&) = default;
+  KdTreeX_Static& operator=(KdTreeX_Static&&) = default;
   ~KdTreeX_Static() override;
 
   /// Builds the index over `count` elements, which must stay where they are.

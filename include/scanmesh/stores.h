@@ -217,7 +217,7 @@ class SCANMESH_API Face {
   _face* insert_face(_vert* const vert[3], _edge* const edge[3], MemS::Point3v<float>& normal);
 
   /// Deletes a face; the last face of an edge takes the edge along, the last of a vertex the
-  /// vertex.
+  /// vertex, with those of its edges that have no face.
   void dele_face(_face* face);
   /// The same, but the corners stay live.
   void dele_face_nonmanifoldvert(_face* face);

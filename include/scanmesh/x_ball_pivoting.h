@@ -51,8 +51,14 @@ class SCANMESH_API XBallPivoting {
 
   XBallPivoting();
   ~XBallPivoting();
-  XBallPivoting(const XBallPivoting&) = delete;
-  XBallPivoting& operator=(const XBallPivoting&) = delete;
+  /// A copy works on the same stores, with points and an index of its own.
+  XBallPivoting(const XBallPivoting& other);
+  XBallPivoting& operator=(const XBallPivoting& other);
+  // What is moved from gets an empty index, which takes memory.
+  // NOLINTBEGIN(performance-noexcept-move-constructor)
+  XBallPivoting(XBallPivoting&& other);
+  XBallPivoting& operator=(XBallPivoting&& other);
+  // NOLINTEND(performance-noexcept-move-constructor)
 
   /// The stores to build in. They must be set up, and outlive the calls.
   void setDataPointer(Mesh_R::Face* faces, Mesh_R::Vertex* vertices, Mesh_R::Edge* edges);

@@ -182,18 +182,27 @@ TEST_P(ReaderFaults, a_further_block_that_cannot_be_had_leaves_a_mesh_that_reads
   take(soup_of_the_tests(7));
   const long large = allocations_of_a_read();
   ASSERT_GT(large, small);
+  int read_all_the_same = 0;
   for (long number = 0; number < large; ++number) {
     SCOPED_TRACE(number);
     const long before = faults::live_blocks();
     {
       Mesh mesh;
-      ASSERT_EQ(read_with_fault(mesh, number, faults::Extent::kOne), Outcome::kOutOfMemory);
-      ASSERT_EQ(read(mesh), Outcome::kRead);
+      // Building in bulk may not go on where single insertions can.
+      const Outcome outcome = read_with_fault(mesh, number, faults::Extent::kOne);
+      if (outcome == Outcome::kRead) {
+        ++read_all_the_same;
+      } else {
+        ASSERT_EQ(outcome, Outcome::kOutOfMemory);
+        ASSERT_EQ(read(mesh), Outcome::kRead);
+      }
       expect_whole(mesh);
       release(mesh);
     }
     ASSERT_EQ(faults::live_blocks(), before);
   }
+  const bool builds_in_bulk = GetParam().name.find("stl") != std::string::npos;
+  EXPECT_EQ(read_all_the_same > 0, builds_in_bulk);
 }
 
 TEST_P(ReaderFaults, a_mesh_that_could_not_be_read_stands_every_step_of_a_host) {

@@ -7,11 +7,13 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "scanmesh/marching.h"
 #include "scanmesh/mesh.h"
@@ -180,9 +182,13 @@ TEST_P(NarrowPathWriterFaults, a_scan_is_saved_without_any_memory) {
   std::remove(path.c_str());
 }
 
-// Text; and no path that is converted, for which memory is needed.
-INSTANTIATE_TEST_SUITE_P(Formats, NarrowPathWriterFaults,
-                         testing::ValuesIn(std::end(kWriters) - 4, std::end(kWriters)),
+// No path that is converted, for which memory is needed; and not the soup, which isn't a mesh.
+std::vector<Writer> memoryless() {
+  std::vector<Writer> chosen(std::begin(kWriters), std::begin(kWriters) + 2);
+  chosen.insert(chosen.end(), std::end(kWriters) - 4, std::end(kWriters));
+  return chosen;
+}
+INSTANTIATE_TEST_SUITE_P(Formats, NarrowPathWriterFaults, testing::ValuesIn(memoryless()),
                          [](const auto& writer) { return writer.param.name; });
 INSTANTIATE_TEST_SUITE_P(Formats, WriterFaults, testing::ValuesIn(kWriters),
                          [](const auto& writer) { return writer.param.name; });

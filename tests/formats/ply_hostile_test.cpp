@@ -156,6 +156,33 @@ TEST(HostilePly, vertices_of_unknown_types_in_any_number_make_no_memory) {
   EXPECT_TRUE(read_exact(ply_header(PlyForm::kLittle, elements) + std::string(2400000, 'a'), data));
 }
 
+// Each coordinate that takes no bytes would make rows out of nothing.
+TEST(HostilePly, rows_of_one_byte_each_make_no_memory_where_coordinates_have_no_type) {
+  const std::string bytes(4000000, 'a');
+  TriMeshData data;
+  EXPECT_FALSE(read_exact(ply_header(PlyForm::kLittle,
+                                     "element vertex 4000000\nproperty half x\nproperty half y\n"
+                                     "property uchar z\n") +
+                              bytes,
+                          data));
+  EXPECT_EQ(data.xyz, nullptr);
+}
+
+// Looked back over for each of them, the lines before would take longer than any test may.
+TEST(HostilePly, a_header_of_corner_lists_in_any_number_is_read_in_one_go) {
+  constexpr std::size_t kLists = 600000;
+  std::string elements = std::string("element vertex 1\n") + kXyz + "element face 0\n";
+  for (std::size_t i = 0; i < kLists; ++i) elements += kCorners;
+  const std::string bytes = ply_header(PlyForm::kAscii, elements);
+  scanmesh::PlyHeader header;
+  std::ostringstream told;
+  bool ran_out = false;
+  ASSERT_TRUE(scanmesh::parse_ply_header(bytes.data(), bytes.data() + bytes.size(),
+                                         scanmesh::PlyGrammar::kRead, header, told, ran_out));
+  EXPECT_EQ(header.elements[1].properties.size(), kLists);
+  EXPECT_EQ(told.str(), "");
+}
+
 TEST(HostilePly, elements_given_twice_stay_within_their_arrays) {
   for (const PlyForm form : kAllForms) {
     const std::string elements =

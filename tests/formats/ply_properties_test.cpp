@@ -323,19 +323,37 @@ TEST(PlyProperties, a_list_of_text_may_have_any_length_that_is_there) {
 
 TEST(PlyProperties, values_of_a_type_that_is_not_known_take_no_bytes_and_are_told) {
   PlyBodyText body(PlyForm::kLittle);
-  body.all({1.F, 2.F}).list({0, 0, 0});
+  body.all({1.F, 2.F, 3.F}).list({0, 0, 0});
   PlyResult result;
   read_ply(ply_header(PlyForm::kLittle,
-                      std::string("element vertex 1\nproperty float x\nproperty float y\n"
-                                  "property half z\nelement face 1\nproperty half mark\n") +
-                          kCorners) +
+                      std::string("element vertex 1\n") + kXyz +
+                          "property half nx\nelement face 1\nproperty half mark\n" + kCorners) +
                body.bytes(),
            result);
   ASSERT_TRUE(result.sound);
-  EXPECT_THAT(result.xyz(), ElementsAre(1, 2, 0));
+  EXPECT_THAT(result.xyz(), ElementsAre(1, 2, 3));
+  EXPECT_EQ(result.data.ijk[0], 0);
   EXPECT_THAT(result.corners(), ElementsAre(0, 0, 0));
   EXPECT_THAT(result.messages, HasSubstr("unsupported conversion type to float: 0\n"));
   EXPECT_THAT(result.messages, HasSubstr("unsupported type\n"));
+}
+
+TEST(PlyProperties, coordinates_of_a_type_that_is_not_known_are_refused) {
+  for (const PlyForm form : test_support::kAllForms) {
+    for (const char axis : {'x', 'y', 'z'}) {
+      std::string elements = "element vertex 1\n";
+      for (const char each : {'x', 'y', 'z'}) {
+        elements += std::string("property ") + (each == axis ? "half " : "float ") + each + "\n";
+      }
+      PlyBodyText body(form);
+      body.all({1.F, 2.F, 3.F}).end_row();
+      PlyResult result;
+      read_ply(ply_header(form, elements) + body.bytes(), result);
+      EXPECT_FALSE(result.sound) << axis;
+      EXPECT_EQ(result.data.xyz, nullptr);
+      EXPECT_THAT(result.messages, HasSubstr("unsupported conversion type to float: 0\n"));
+    }
+  }
 }
 
 }  // namespace

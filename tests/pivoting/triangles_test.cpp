@@ -130,13 +130,14 @@ TEST(RejectFace, revives_a_candidate_whose_lists_had_grown) {
   EXPECT_TRUE(adjacency_holds(scene.mesh));
 }
 
-TEST(RemoveFace, takes_edges_without_a_face_along_with_their_vertex) {
+TEST(MakeTriangle, what_a_refused_one_leaves_goes_with_the_last_face_of_its_end) {
   Scene scene(5);
   scene.make(0, 1, 2);
   scene.make(4, 1, 0);
   EXPECT_EQ(scene.make(0, 1, 3), nullptr);
   _face* const face = scene.make(3, 2, 1);
-  scanmesh::remove_face(scene.stores, face);
+  ASSERT_EQ(scene.edge(0, 3)->face_num, 0);
+  scene.mesh.face.dele_face(face);
   EXPECT_EQ(scene.mesh.vertex[3]->state, Mesh_R::kStateDeleted);
   EXPECT_EQ(scene.edge(0, 3), nullptr);
   EXPECT_TRUE(adjacency_holds(scene.mesh));
