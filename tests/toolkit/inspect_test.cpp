@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -97,14 +98,15 @@ TEST(Inspect, a_turned_face_has_three_twisted_edges) {
 
 TEST(Inspect, two_bodies_at_one_vertex_make_it_non_manifold) {
   TriangleMesh mesh = grid_cube(1);
-  const TriangleMesh other = grid_cube(1, {2, 2, 2});
-  append(mesh, other);
+  append(mesh, grid_cube(1, {2, 2, 2}));
+  const auto met = std::find(mesh.points.begin(), mesh.points.end(), Point{1, 1, 1});
   for (Triangle& t : mesh.triangles) {
     for (std::int32_t& v : t) {
-      if (mesh.points[static_cast<std::size_t>(v)] == Point{1, 1, 1}) v = 7;
+      if (mesh.points[static_cast<std::size_t>(v)] == *met) {
+        v = static_cast<std::int32_t>(met - mesh.points.begin());
+      }
     }
   }
-  mesh.points[7] = {1, 1, 1};
   const Health health = inspect(mesh);
   EXPECT_EQ(health.nonmanifold_vertices, 1);
   EXPECT_EQ(health.components, 2);

@@ -25,6 +25,14 @@ std::set<std::tuple<double, double, double>> places(const TriangleMesh& mesh) {
   return set;
 }
 
+// One hole of one triangle, and far from it one of four.
+TriangleMesh torus_with_two_holes() {
+  TriangleMesh mesh = noisy_torus(60, 30, 3);
+  mesh.triangles.erase(mesh.triangles.begin() + 1000, mesh.triangles.begin() + 1004);
+  mesh.triangles.erase(mesh.triangles.begin());
+  return mesh;
+}
+
 TEST(Repair, a_healthy_mesh_comes_back_to_the_bit) {
   TriangleMesh mesh = noisy_torus(30, 16, 1);
   mesh.colors.assign(mesh.points.size(), Color{1, 2, 3, 4});
@@ -144,9 +152,7 @@ TEST(Repair, holes_none_leaves_a_mesh_open_and_mends_the_rest) {
 }
 
 TEST(Repair, rings_longer_than_asked_for_stay) {
-  TriangleMesh mesh = noisy_torus(60, 30, 3);
-  Damager(mesh, 1).apply(Damage::holes);
-  mesh.triangles.erase(mesh.triangles.begin());
+  TriangleMesh mesh = torus_with_two_holes();
   RepairOptions options;
   options.holes = Holes::up_to;
   options.max_ring_edges = 3;
@@ -236,13 +242,11 @@ TEST(Steps, orient_twice_turns_nothing_the_second_time) {
 }
 
 TEST(Steps, fill_holes_tells_each_ring) {
-  TriangleMesh mesh = noisy_torus(60, 30, 4);
-  Damager(mesh, 4).apply(Damage::holes);
-  mesh.triangles.erase(mesh.triangles.begin());
+  TriangleMesh mesh = torus_with_two_holes();
   FillOptions options;
   options.max_ring_edges = 3;
   const FillResult result = fill_holes(mesh, options);
-  ASSERT_GE(result.rings.size(), 2U);
+  ASSERT_EQ(result.rings.size(), 2U);
   std::size_t filled = 0;
   for (const RingReport& ring : result.rings) {
     EXPECT_EQ(ring.filled, ring.edges <= 3);
@@ -250,7 +254,11 @@ TEST(Steps, fill_holes_tells_each_ring) {
     filled += ring.filled;
   }
   EXPECT_EQ(filled, 1U);
-  EXPECT_TRUE(std::equal(mesh.points.begin(), mesh.points.end(), result.mesh.points.begin()));
+  for (std::size_t v = 0; v < result.mesh.points.size(); ++v) {
+    const std::int32_t from = result.origin.points[v];
+    if (from < 0) continue;
+    EXPECT_EQ(result.mesh.points[v], mesh.points[static_cast<std::size_t>(from)]);
+  }
 }
 
 TEST(Steps, weld_joins_equal_points_and_nothing_else) {
