@@ -18,9 +18,9 @@ using Mesh_R::_vert;
 
 namespace {
 
-// Nearer to a vertex a corner is left to it: the cut takes one for the other. An edge as near to a
-// corner counts as passing through it.
-constexpr double kSamePlace = 0.001;
+// A vertex or an edge nearer to a corner counts as being there, for the cut would take one place
+// for the other.
+constexpr double kSamePlace = 0.002;
 // A shorter stretch of an edge inside the rectangle is less than what welds.
 constexpr double kLeastStretch = kWeldTolerance;
 
@@ -58,11 +58,14 @@ class EdgeSplitter {
   bool run() {
     if (curve_.too_small() || !frame_.valid()) return false;
     bool split = false;
+    for (const _face* face : faces_) {
+      if (!is_seen(*face)) continue;
+      for (_vert* vert : face->vert) move_to_corner(vert);
+    }
     for (std::size_t i = 0; i < faces_.size(); ++i) {
       for (std::size_t k = 0; k < 3; ++k) {
         const _face& face = *faces_[i];
-        if (face.state == Mesh_R::kStateDeleted) break;
-        if (dot(widened(face.vector), frame_.n) <= 0) break;
+        if (!is_seen(face)) break;
         split = split_edge(face.vert[k], face.vert[(k + 1) % 3]) || split;
       }
     }
@@ -70,6 +73,22 @@ class EdgeSplitter {
   }
 
  private:
+  // A fold of the mesh below the opening isn't.
+  bool is_seen(const _face& face) const {
+    return face.state != Mesh_R::kStateDeleted && dot(widened(face.vector), frame_.n) > 0;
+  }
+
+  void move_to_corner(_vert* vert) {
+    const Point2 p = frame_.flat(widened(vert->point));
+    for (auto corner = corners_.begin(); corner != corners_.end(); ++corner) {
+      if (!(distance(p, *corner) < kSamePlace)) continue;
+      const Point2 aside{corner->x - p.x, corner->y - p.y};
+      vert->point = narrowed(widened(vert->point) + frame_.in_space(aside));
+      corners_.erase(corner);
+      return;
+    }
+  }
+
   bool split_edge(_vert* a, _vert* b) {
     const Point2 p = frame_.flat(widened(a->point));
     const Point2 q = frame_.flat(widened(b->point));

@@ -72,7 +72,7 @@ TEST(RectangleCorners, are_exact_in_irregular_plates) {
     r.opening.centre = {2 * random.signed_unit(), 2 * random.signed_unit(), 0};
     r.opening.dir = {std::cos(angle), std::sin(angle), 0};
     cut(*mesh, r);
-    expect_corners(*mesh, r, 2e-3);
+    expect_corners(*mesh, r, 1e-5);
     expect_sound(*mesh, 2);
     if (HasFailure()) FAIL() << "in round " << round;
   }
@@ -91,7 +91,7 @@ TEST(RectangleCorners, are_exact_on_edges_and_vertices) {
         r.opening.centre = {shift, -shift, 0};
         r.opening.dir = {std::cos(angle), std::sin(angle), 0};
         cut(*mesh, r);
-        expect_corners(*mesh, r, 2e-3);
+        expect_corners(*mesh, r, 1e-5);
         expect_sound(*mesh, 2);
         if (HasFailure()) FAIL() << shift << ", " << along << ", " << angle;
       }
