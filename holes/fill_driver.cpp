@@ -3,6 +3,7 @@
 #include "holes/fill_driver.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "core/face_building.h"
 #include "holes/neighbourhood.h"
@@ -49,17 +50,19 @@ int anchor_stride(std::size_t vertices) {
 }
 
 Vec3f neighbour_mean(const Mesh_R::_vert* vert) {
-  const int count = vert->edge_num;
-  if (count < 1) return vert->point;
+  int count = 0;
   double x = 0;
   double y = 0;
   double z = 0;
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < vert->edge_num; ++i) {
     const Vec3f& far = far_end(vert->edge[i], vert)->point;
+    if (!finite(far)) continue;
     x += far.x;
     y += far.y;
     z += far.z;
+    ++count;
   }
+  if (count == 0) return vert->point;
   return {static_cast<float>(x / count), static_cast<float>(y / count),
           static_cast<float>(z / count)};
 }
@@ -123,31 +126,54 @@ Opening open_fill(Hole& finder, float f, _hole* hole, int rings3) {
   return opening;
 }
 
+// What new edges aim at. Edges without a length don't count.
+double refined_length(const Opening& opening) {
+  if (std::isfinite(opening.perimeter)) {
+    return kRefinedLength * opening.perimeter / static_cast<double>(opening.edges.size());
+  }
+  double sum = 0;
+  int count = 0;
+  for (const _edge* edge : opening.edges) {
+    const double length = scanmesh::distance(edge->vert[0]->point, edge->vert[1]->point);
+    if (!std::isfinite(length)) continue;
+    sum += length;
+    ++count;
+  }
+  return kRefinedLength * sum / count;
+}
+
 void normalize_normals(const std::vector<_vert*>& verts) {
   for (_vert* vert : verts) {
     vert->vector = scanmesh::normalized(vert->vector, scanmesh::kTinyNormal);
   }
 }
 
-// The positions, then the same moved outwards. Normals have unit length.
-std::vector<Vec3f> make_anchors(const std::vector<_vert*>& verts) {
-  std::vector<Vec3f> anchors;
-  anchors.reserve(2 * verts.size());
-  for (const _vert* vert : verts) anchors.push_back(vert->point);
+// Places on the surface, and the same moved outwards.
+struct Anchors {
+  std::vector<Vec3f> on;
+  std::vector<Vec3f> off;
+};
+
+// Normals have unit length. One anchor that isn't finite would leave no surface at all.
+Anchors make_anchors(const std::vector<_vert*>& verts) {
+  Anchors anchors;
   for (const _vert* vert : verts) {
-    anchors.push_back(scanmesh::add(vert->point, scanmesh::scaled(vert->vector, kAnchorOffset)));
+    if (!scanmesh::finite(vert->point) || !scanmesh::finite(vert->vector)) continue;
+    anchors.on.push_back(vert->point);
+    anchors.off.push_back(
+        scanmesh::add(vert->point, scanmesh::scaled(vert->vector, kAnchorOffset)));
   }
   return anchors;
 }
 
 // Anchors come from a smoothed copy of the neighbourhood; the vertices themselves go back.
-std::vector<Vec3f> smoothed_anchors(const Opening& opening) {
+Anchors smoothed_anchors(const Opening& opening) {
   std::vector<Vec3f> saved;
   saved.reserve(opening.around.size());
   for (const _vert* vert : opening.around) saved.push_back(vert->point);
   scanmesh::laplacian_hole_vert(opening.around, opening.scale.smooth);
   normalize_normals(opening.base);
-  std::vector<Vec3f> anchors = make_anchors(opening.base);
+  Anchors anchors = make_anchors(opening.base);
   for (std::size_t i = 0; i < saved.size(); ++i) opening.around[i]->point = saved[i];
   return anchors;
 }
@@ -197,8 +223,7 @@ void release(Record* record) {
 }
 
 // Moves the patch onto the surface through the anchors, and sets normals.
-void project_patch(Hole& finder, const std::vector<_vert*>& base,
-                   const std::vector<Vec3f>& anchors) {
+void project_patch(Hole& finder, const std::vector<_vert*>& base, const Anchors& anchors) {
   Face& faces = *finder.face_store;
   const int listed_count = finder.added_verts.size();
   std::vector<Vec3f> positions(static_cast<std::size_t>(listed_count));
@@ -209,8 +234,8 @@ void project_patch(Hole& finder, const std::vector<_vert*>& base,
     finder.laplacian_buffer(positions.data(), m, verts.data());
   }
   scanmesh::RbfContext context;
-  scanmesh::rbf_project_vert(context, anchors.data(), anchors.data() + base.size(),
-                             static_cast<int>(base.size()), positions.data(), m);
+  scanmesh::rbf_project_vert(context, anchors.on.data(), anchors.off.data(),
+                             static_cast<int>(anchors.on.size()), positions.data(), m);
   for (int i = 0; i < m; ++i) {
     const auto k = static_cast<std::size_t>(i);
     verts[k]->point = positions[k];
@@ -246,12 +271,14 @@ void Hole::fill_Hole_No(float f, int hole, int rings3) {
   _hole* const ring = (*this)[hole];
   if (ring == nullptr || ring->edges->size() < 1) return;
   Opening opening = open_fill(*this, f, ring, rings3);
-  const std::vector<Vec3f> anchors = smoothed_anchors(opening);
+  const Anchors anchors = smoothed_anchors(opening);
   const int n = static_cast<int>(opening.edges.size());
-  const double target = kRefinedLength * opening.perimeter / n;
-  // These moves stay: the rim is calmed before the patch is tied to it.
-  scanmesh::laplacian_hole_vert(scanmesh::vertices_around(ring, opening.scale.rings2),
-                                opening.scale.smooth2);
+  const double target = refined_length(opening);
+  // These moves stay for as long as the patch does: the rim is calmed before the patch is tied to
+  // it.
+  const std::vector<_vert*> calmed = scanmesh::vertices_around(ring, opening.scale.rings2);
+  for (_vert* vert : calmed) moved_.push_back({vert, vert->point});
+  scanmesh::laplacian_hole_vert(calmed, opening.scale.smooth2);
   Minimum_angle_wavefront_method(opening.edges.data(), n, false);
   for (_edge* edge : opening.edges) {
     protect(edge->vert[0]);

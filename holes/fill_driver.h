@@ -27,7 +27,8 @@ int anchor_stride(std::size_t vertices);
 // Moves every vertex to the mean of its neighbours, all at once, `iterations` times.
 void laplacian_hole_vert(const std::vector<Mesh_R::_vert*>& verts, int iterations);
 
-// The mean of the far ends of the vertex's edges, summed in double; its own place when it has none.
+// The mean of the far ends of the vertex's edges that are finite, summed in double; its own place
+// when it has none.
 Vec3f neighbour_mean(const Mesh_R::_vert* vert);
 
 // Deletes the added faces that have a free edge, left at the patch's rim. Each is looked at once,

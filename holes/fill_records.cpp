@@ -2,6 +2,7 @@
 #include <cmath>
 #include <vector>
 
+#include "core/corner_normal.h"
 #include "core/face_building.h"
 #include "core/vector_math.h"
 #include "holes/fill_driver.h"
@@ -18,6 +19,13 @@ void clear_added(Hole& finder) {
   finder.added_verts.clear_mem();
   finder.added_edges.clear_mem();
   finder.added_faces.clear_mem();
+}
+
+// The fill had fitted them to where the vertex went. The orientation stays as it is.
+void refresh_faces(const _vert* vert) {
+  for (int i = 0; i < vert->face_num; ++i) {
+    vert->face[i]->vector = scanmesh::normal_of_corners(*vert->face[i]);
+  }
 }
 
 std::vector<_face*> live_added_faces(MemS::MemAllo<_face*>& list) {
@@ -43,6 +51,7 @@ void Hole::Determine_fill_hole() {
     if (added_verts[i]->state != kStateDeleted) added_verts[i]->state = kStateLive;
   }
   clear_added(*this);
+  moved_.clear();
 }
 
 void Hole::Revoked_last() {
@@ -50,6 +59,9 @@ void Hole::Revoked_last() {
   last_hole->state = kStateLive;
   for (int i = 0, n = added_verts.size(); i < n; ++i) vert_store->dele_vert(added_verts[i]);
   for (int i = 0, n = added_faces.size(); i < n; ++i) face_store->dele_face(added_faces[i]);
+  for (const MovedVertex& moved : moved_) moved.vert->point = moved.from;
+  for (const MovedVertex& moved : moved_) refresh_faces(moved.vert);
+  moved_.clear();
   // With empty lists a second call has nothing to do, so the last hole may stay set.
   clear_added(*this);
 }

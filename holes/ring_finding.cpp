@@ -136,6 +136,7 @@ void Hole::free() {
   added_faces.free();
   last_hole = nullptr;
   hole_count = 0;
+  moved_.clear();
 }
 
 void Hole::getEdge(Edge* edges) {

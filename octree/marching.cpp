@@ -23,6 +23,10 @@ bool pulls(const OctNode* cell) {
   return cell->status != kOctFineLeaf && cell->index != scanmesh::kVirtualVoxel;
 }
 
+bool is_finite(const float* p) {
+  return scanmesh::finite({p[0], p[1], p[2]});
+}
+
 // Where the surface ends at both faces of an edge, its vertex moves half way to the sample.
 Vec3f pulled(const Vec3f& p, const OctNode* cell) {
   return scanmesh::scaled(scanmesh::add(p, scanmesh::position_of(cell)), 0.5);
@@ -46,6 +50,8 @@ void MC_Triangulation::inalize_mark() {
 }
 
 void MC_Triangulation::insert_data(float* point, float* normal, float half, int tag) {
+  // One such value would spread to the corners around, and from there to whole facets.
+  if (!is_finite(point) || (normal != nullptr && !is_finite(normal))) return;
   tree.oct_insert(point, normal, half, static_cast<short>(tag));
 }
 

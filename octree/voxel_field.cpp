@@ -116,9 +116,14 @@ struct SharedCorners {
 };
 constexpr SharedCorners kSharedCorners;
 
+// An interior node has the index of a virtual voxel, but its links are its children.
+bool is_virtual(const OctNode* node) {
+  return scanmesh::is_cell(node) && node->index == scanmesh::kVirtualVoxel;
+}
+
 // A virtual voxel takes over the corners that a real one of its size has made.
 void share_corners(const OctNode* real, int slot, OctNode* voxel) {
-  if (voxel->index != scanmesh::kVirtualVoxel || voxel->half != real->half) return;
+  if (!is_virtual(voxel) || voxel->half != real->half) return;
   for (int i = 0; i < kSharedCorners.count[slot]; ++i) {
     const SharedCorners::Pair& pair = kSharedCorners.of[slot][i];
     OctNode* const vertex = real->link[pair.own];
@@ -126,6 +131,20 @@ void share_corners(const OctNode* real, int slot, OctNode* voxel) {
     voxel->link[pair.other] = vertex;
     vertex->link[pair.other] = voxel;
   }
+}
+
+// Whether a voxel of the sample's size has its cell where the slot says. Samples stand in slots
+// beyond the wall of the cube for cells where they aren't, and the position of a voxel that was
+// meant to be beyond is no centre of its cell.
+bool is_in_slot(const OctNode* real, int slot, const OctNode* voxel) {
+  float point[3];
+  float centre[3];
+  scanmesh::cell_centre(point, real);
+  scanmesh::slot_centre(point, point, slot, real->parent->half);
+  scanmesh::cell_centre(centre, voxel);
+  bool near = true;
+  for (int k = 0; k < 3; ++k) near = near && std::fabs(centre[k] - point[k]) < real->half;
+  return near;
 }
 
 }  // namespace
@@ -250,10 +269,10 @@ class Oct_tree_Tri::Surroundings {
       if (place == made) continue;
       place = made;
       if (made == nullptr || !linked) continue;
-      if (cell->half == made->half) {
-        share_corners(cell, seen, made);
-      } else {
+      if (cell->half != made->half) {
         build_.misled.push_back({cell, seen});
+      } else if (is_in_slot(cell, seen, made)) {
+        share_corners(cell, seen, made);
       }
     }
   }

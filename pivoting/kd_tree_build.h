@@ -3,6 +3,7 @@
 #define SCANMESH_PIVOTING_KD_TREE_BUILD_H
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -92,13 +93,22 @@ class KdTree<T, D>::Builder {
     const int32_t rest = count - 1 - below;
     const int32_t right = first + 1 + below;
     node(first) = {at, dim, low, high, count, rest > 0 ? right : 0, {}};
+    if (below == 0) {
+      const int32_t run = run_of_ties(items + 1, rest, dim, at);
+      if (run > 0) take_run(right, rest, run, node(first));
+      open(right + run, rest - run);
+      return;
+    }
     open(right, rest);
     open(first + 1, below);
   }
 
   // Deviations are taken from the first point, which is near enough to the mean for the sums.
   static Extent measure(const Item* items, int count) {
-    const scanmesh::PointSums<D> sums = sums_of(items, count);
+    return extent_of(sums_of(items, count), count);
+  }
+
+  static Extent extent_of(const scanmesh::PointSums<D>& sums, int count) {
     Extent extent;
     for (int d = 0; d < D; ++d) {
       extent.low[d] = sums.low[d];
@@ -202,6 +212,64 @@ class KdTree<T, D>::Builder {
     const float x = items_from(first)->at[0];
     for (; count > 0; --count, ++first) {
       node(first) = {x, 0, x, x, count, count > 1 ? first + 1 : 0, {}};
+    }
+  }
+
+  // How many of the next nodes have their coordinate on `dim` in common with the one above, each
+  // the right child of the other: the wall of a room with a point far behind it. Shorter runs than
+  // a way down may be are left to step by step splitting. No point of the range lies below `at`.
+  static int run_of_ties(const Item* items, int count, int dim, float at) {
+    if (count <= kd_limits::kLongestDescent) return 0;
+    const auto is_tie = [dim, at](const Item& item) { return item.at[dim] == at; };
+    const auto ties = static_cast<int>(std::count_if(items, items + count, is_tie));
+    const int others = count - ties;
+    // The median is one of the ties while at least as many of them as of the others are left.
+    int shortest = 2 * others - 1;
+    if (others == 0 || count - shortest < kd_limits::kLongestDescent) return 0;
+    scanmesh::PointSums<D> sums = {};
+    for (int i = 0; i < count; ++i) {
+      if (!is_tie(items[i])) add_deviations(items[i], items[0], sums);
+    }
+    // From the last range of the run back to the first, which has all the ties.
+    int left = others;
+    for (int i = count - 1; i >= 0; --i) {
+      if (!is_tie(items[i])) continue;
+      add_deviations(items[i], items[0], sums);
+      ++left;
+      const Extent extent = extent_of(sums, left);
+      if (widest(extent) != dim || !std::isfinite(extent.spread[dim])) {
+        shortest = std::max(shortest, left);
+      }
+    }
+    const int run = count - shortest;
+    return run < kd_limits::kLongestDescent ? 0 : run;
+  }
+
+  static void add_deviations(const Item& item, const Item& from, scanmesh::PointSums<D>& sums) {
+    for (int d = 0; d < D; ++d) {
+      const double x = static_cast<double>(item.at[d]) - static_cast<double>(from.at[d]);
+      sums.sum[d] += x;
+      sums.squares[d] += x * x;
+    }
+  }
+
+  // The first ties of the range become nodes, in its order.
+  void take_run(int32_t first, int32_t count, int32_t run, const Node& above) {
+    Item* const items = items_from(first);
+    std::vector<Item> rest;
+    rest.reserve(static_cast<std::size_t>(count - run));
+    int32_t taken = 0;
+    for (int32_t i = 0; i < count; ++i) {
+      if (taken < run && items[i].at[above.split_dim] == above.at) {
+        items[taken++] = items[i];
+      } else {
+        rest.push_back(items[i]);
+      }
+    }
+    std::copy(rest.begin(), rest.end(), items + run);
+    for (int32_t i = 0; i < run; ++i) {
+      node(first + i) = {
+          above.at, above.split_dim, above.min_val, above.max_val, count - i, first + i + 1, {}};
     }
   }
 

@@ -212,6 +212,32 @@ void grow(MemS::Bounding_Box& box, const Vec3f& p) {
   box.min_z = std::min(box.min_z, p.z);
 }
 
+Vec3f corner_of(const stl_face& triangle, int i) {
+  const float(&p)[3] = triangle.corner[i];
+  return {p[0], p[1], p[2]};
+}
+
+bool is_finite(const stl_face& triangle) {
+  return scanmesh::finite(corner_of(triangle, 0)) && scanmesh::finite(corner_of(triangle, 1)) &&
+         scanmesh::finite(corner_of(triangle, 2));
+}
+
+// The soup's own box where it has bounds. A cube without any can't be halved down to a cell, so
+// that the box of a wild soup is taken anew from what can be built of it.
+MemS::Bounding_Box bounds_of(const sub_mid& soup) {
+  const MemS::Bounding_Box& box = soup.box;
+  if (scanmesh::finite({box.min_x, box.min_y, box.min_z}) &&
+      scanmesh::finite({box.max_x, box.max_y, box.max_z})) {
+    return box;
+  }
+  MemS::Bounding_Box all = kEmptyBox;
+  for (int i = 0; i < soup.face_count; ++i) {
+    if (!is_finite(soup.faces[i])) continue;
+    for (int k = 0; k < 3; ++k) grow(all, corner_of(soup.faces[i], k));
+  }
+  return all.min_x <= all.max_x ? all : MemS::Bounding_Box{};
+}
+
 // Hands a worker's facets over to the shared array, and reports.
 class SharedOutput {
  public:
@@ -265,13 +291,13 @@ MemS::Bounding_Box merged(const std::vector<MemS::Bounding_Box>& boxes, const st
 }
 
 void build(Mesh& target, const sub_mid& soup) {
-  const MemS::Bounding_Box& box = soup.box;
-  const Vec3f low{box.min_x, box.min_y, box.min_z};
-  const Vec3f high{box.max_x, box.max_y, box.max_z};
-  target.center = middle(high, low);
-  const float extent =
-      std::max({box.max_x - box.min_x, box.max_y - box.min_y, box.max_z - box.min_z});
-  target.inalize_oct(target.center, extent * 0.5F);
+  const MemS::Bounding_Box box = bounds_of(soup);
+  const Vec3f low = scanmesh::scaled({box.min_x, box.min_y, box.min_z}, kHalf);
+  const Vec3f high = scanmesh::scaled({box.max_x, box.max_y, box.max_z}, kHalf);
+  // Halved before the sum and the difference, which may be out of a float's reach.
+  target.center = scanmesh::add(high, low);
+  const Vec3f half = scanmesh::sub(high, low);
+  target.inalize_oct(target.center, std::max({half.x, half.y, half.z}));
   static_assert(sizeof(stl_face) % sizeof(float) == 0, "facets follow one another float by float");
   scanmesh::Soup triangles;
   triangles.count = soup.face_count;
@@ -292,8 +318,17 @@ void Mesh::Mesh_loop_subdividion_thread(stl_face* out, int* count, std::atomic_f
     SixPoints p;
     if (source.state == Mesh_R::kStateDeleted || !six_points(source, weights, p)) return;
     const Layout& layout = keep_frozen(source, p);
-    for (const Vec3f& point : p.at) grow(own, point);
-    for (const auto& t : layout) output.add(facet(p.at[t[0]], p.at[t[1]], p.at[t[2]]));
+    const bool whole = std::all_of(std::begin(p.at), std::end(p.at), scanmesh::finite);
+    if (whole) {
+      for (const Vec3f& point : p.at) grow(own, point);
+    }
+    for (const auto& t : layout) {
+      const stl_face triangle = facet(p.at[t[0]], p.at[t[1]], p.at[t[2]]);
+      // No mesh takes one that isn't finite, and its corners would leave the box without bounds.
+      if (!whole && !is_finite(triangle)) continue;
+      for (int k = 0; k < 3 && !whole; ++k) grow(own, p.at[t[k]]);
+      output.add(triangle);
+    }
   });
   output.flush();
   *box = own;

@@ -18,9 +18,10 @@ void FlatMesh::load_points(Mesh_R::Vertex& vertices, int tasks) {
 NeighbourFinder::NeighbourFinder(const FlatMesh& mesh, const RawArray<uint8_t>* counts)
     : mesh_(mesh), counts_(counts), taken_((mesh.corners.size() + 63) / 64) {}
 
-void NeighbourFinder::collect(Range faces, ChunkNeighbourhoods& out) {
+bool NeighbourFinder::collect(Range faces, ChunkNeighbourhoods& out) {
   // Twelve faces around the corners of a face of a regular mesh, and the face itself.
   constexpr std::size_t kUsual = 13;
+  constexpr std::size_t kMost = 4 * kUsual;  // on average
   const auto count = static_cast<std::size_t>(faces.end - faces.begin);
   out.start.clear();
   out.entries.clear();
@@ -30,7 +31,18 @@ void NeighbourFinder::collect(Range faces, ChunkNeighbourhoods& out) {
   for (int f = faces.begin; f < faces.end; ++f) {
     append(f, out.entries);
     out.start.push_back(out.entries.size());
+    if (out.entries.size() > count * kMost) {
+      out = {};
+      return false;
+    }
   }
+  return true;
+}
+
+Numbers NeighbourFinder::alone(int face) {
+  alone_.clear();
+  append(face, alone_);
+  return {alone_.data(), alone_.data() + alone_.size()};
 }
 
 void NeighbourFinder::append(int face, std::vector<int32_t>& out) {

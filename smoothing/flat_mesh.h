@@ -36,6 +36,7 @@ struct ChunkNeighbourhoods {
   std::vector<std::size_t> start;
   std::vector<int32_t> entries;
 
+  bool empty() const { return start.empty(); }
   Numbers of(int i) const {
     const auto k = static_cast<std::size_t>(i);
     return {entries.data() + start[k], entries.data() + start[k + 1]};
@@ -49,7 +50,12 @@ class NeighbourFinder {
   // With `counts`, faces with a 0 there are left out.
   NeighbourFinder(const FlatMesh& mesh, const RawArray<uint8_t>* counts);
 
-  void collect(Range faces, ChunkNeighbourhoods& out);
+  // False, with nothing in `out`, where the neighbourhoods are so much larger than those of a usual
+  // mesh that they are better found one at a time: around a vertex of high valence they grow with
+  // its square.
+  bool collect(Range faces, ChunkNeighbourhoods& out);
+  // That of one face, until the next call.
+  Numbers alone(int face);
 
  private:
   void append(int face, std::vector<int32_t>& out);
@@ -57,6 +63,7 @@ class NeighbourFinder {
   const FlatMesh& mesh_;
   const RawArray<uint8_t>* counts_;
   std::vector<uint64_t> taken_;
+  std::vector<int32_t> alone_;
 };
 
 // What the workers share while they filter normals.
@@ -68,7 +75,8 @@ struct NormalStage {
 
   const RawArray<uint8_t>* counts;
   int iterations;
-  // Of each chunk, from the first iteration for those that follow; empty when none does.
+  // Of each chunk, from the first iteration for those that follow; empty when none does. A chunk
+  // whose neighbourhoods are too large has none.
   std::vector<ChunkNeighbourhoods> kept;
 };
 
@@ -88,10 +96,12 @@ int filter_normals(FlatMesh& mesh, Mesh_R::Face& faces, Worker& worker, NormalSt
     worker.take_chunks([&](Range range, int chunk) {
       const bool keeps = !stage.kept.empty();
       ChunkNeighbourhoods& around = keeps ? stage.kept[static_cast<std::size_t>(chunk)] : own;
-      if (i == 0 || !keeps) finder.collect(range, around);
+      const bool listed = i == 0 || !keeps ? finder.collect(range, around) : !around.empty();
       for_each_in(faces.records, range.begin, range.end, [&](int f, const Mesh_R::_face& face) {
         const bool deleted = face.state == Mesh_R::kStateDeleted;
-        to[f] = deleted ? from[f] : new_normal(f, from, around.of(f - range.begin));
+        to[f] = deleted  ? from[f]
+                : listed ? new_normal(f, from, around.of(f - range.begin))
+                         : new_normal(f, from, finder.alone(f));
       });
     });
     barrier.arrive();

@@ -1,8 +1,11 @@
 // Small members that the filters lean on: border marks, normals around a list of vertices.
 #include <vector>
 
+#include "core/corner_normal.h"
 #include "core/face_building.h"
 #include "core/live_records.h"
+#include "core/parallel.h"
+#include "core/platform.h"
 #include "scanmesh/mesh.h"
 
 namespace Mesh_M {
@@ -21,6 +24,14 @@ void Mesh::tabBorder(short value) {
 // A place kept for a smoothing rule along borders; it leaves the vertex where it is.
 MemS::Point3v<float> Mesh::Swooth_Filt(_edge*, _edge*, _vert* v) {
   return v->point;
+}
+
+// Each worker writes the faces of its own and reads vertices, which change only afterwards.
+void Mesh::refresh_normals() {
+  scanmesh::parallel_over(face.records, scanmesh::processor_count(), [](_face& record) {
+    if (record.state != Mesh_R::kStateDeleted) record.vector = scanmesh::normal_of_corners(record);
+  });
+  vertex.R_cal_vector();
 }
 
 // The marks see to it that a face between two listed vertices, and a vertex listed twice, is

@@ -115,7 +115,7 @@ int XTrimWithCurve::run(int kind, Worker worker, FBase* shape, const float* poin
                         const int& pointCount, const float* normals, const int* triangles,
                         const int& faceCount, ModifyFaceData& out, float depth, bool wall) {
   if (shape == nullptr || shape->shape_kind() != kind) return -1;
-  if (wall && depth < 0) return -2;
+  if (wall && !scanmesh::fits_wall(depth)) return -2;
   clear(out);
   int cursor = 0;
   std::vector<std::future<void>> tasks;

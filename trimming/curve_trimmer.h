@@ -26,8 +26,8 @@ struct ModifyFaceData {
 // `depth` along the axis. `out` is cleared and keeps its memory; it comes in the order of the
 // faces, the triangles of a face together.
 //
-// 0; -1 for another shape than the name says, -2 for a wall of negative depth, with `out` as it
-// was. A curve that is too small cuts nothing.
+// 0; -1 for another shape than the name says, -2 for a wall of a depth that is negative or
+// not finite, with `out` as it was. A curve that is too small cuts nothing.
 class XTrimWithCurve {
  public:
   int trim_circle(FBase* shape, const float* points, const int& pointCount, const float* normals,

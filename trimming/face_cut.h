@@ -3,6 +3,7 @@
 #define SCANMESH_TRIMMING_FACE_CUT_H
 
 #include <array>
+#include <cmath>
 #include <vector>
 
 #include "trimming/curve_frame.h"
@@ -49,6 +50,11 @@ struct Wall {
   bool wanted = false;
   double depth = 0;
 };
+
+// A wall hangs down, and ends somewhere.
+inline bool fits_wall(float depth) {
+  return std::isfinite(depth) && depth >= 0;
+}
 
 // Cuts a triangle as seen along the axis: only its corners decide whether it is cut at all. Appends
 // what takes its place, and the wall, which a face that is kept can have too. A face that can't be

@@ -10,6 +10,7 @@
 #include "scanmesh/mesh.h"
 #include "trimming/corner_points.h"
 #include "trimming/curve_trimmer.h"
+#include "trimming/face_cut.h"
 #include "trimming/tool_search.h"
 
 namespace Mesh_M {
@@ -95,7 +96,7 @@ void Mesh::cut_selection(FBase& shape, float depth, bool wall) {
   scanmesh::clear_marks(*this);
   ModifyFaceData changes;
   reserve(changes);
-  // A refused cut, as by a wall of negative depth, leaves nothing to bring back.
+  // A refused cut, as by a wall of impossible depth, leaves nothing to bring back.
   cut_flat(shape, points, point_count, normals, triangles, corner_count / 3, changes, depth, wall);
   modifyFaces(changes.corners, static_cast<int>(changes.corners.size() / 3), changes.parents,
               changes.normals, changes.deleted, static_cast<int>(changes.deleted.size()));
@@ -178,7 +179,7 @@ void Mesh::trimWithRectangle(const std::vector<float>& a, const std::vector<floa
   for (std::size_t i = 0; i < tools.size(); ++i) {
     if (!select_slot(a[i], b[i], c[i], &dirs[3 * i], &tools[i], spacing)) continue;
     FRectangle3D shape(tools[i].point, tools[i].vector, triple(dirs, i), a[i], b[i]);
-    const bool refused = wall && depth < 0;
+    const bool refused = wall && !scanmesh::fits_wall(depth);
     if (!refused && scanmesh::pin_corners(*this, shape)) {
       scanmesh::clear_marks(*this);
       searchOvalFaces(a[i], b[i], c[i], &dirs[3 * i], &tools[i], spacing, false);

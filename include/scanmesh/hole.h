@@ -104,7 +104,7 @@ class SCANMESH_API Hole {
   void fill_Hole_No(float f, int hole, int rings3);
   /// Commits the last fill.
   void Determine_fill_hole();
-  /// Undoes the last fill.
+  /// Undoes the last fill. Vertices that it moved around the hole go back to where they were.
   void Revoked_last();
   /// The added faces that aren't deleted: normal and three corners, 12 floats each. `n` counts
   /// floats; null, with `n` untouched, when nothing was added. The caller frees with delete[].
@@ -140,6 +140,13 @@ class SCANMESH_API Hole {
   bool calVertDistance(const MemS::Point3v<float>& point, int ignored,
                        const std::vector<_vert*>& list, double radius, int& index);
   MemS::Point3v<float> calNormal(const MemS::Point3v<float>& a, const MemS::Point3v<float>& b);
+
+  // Where the last fill found the vertices around the hole that it moved.
+  struct MovedVertex {
+    _vert* vert;
+    MemS::Point3v<float> from;
+  };
+  std::vector<MovedVertex> moved_;
 };
 
 }  // namespace Mesh_R

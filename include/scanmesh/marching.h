@@ -39,8 +39,9 @@ class SCANMESH_API MC_Triangulation {
   void inalize(float* centre, int pointCount, float half, int levels, float min_HalfEdge);
   /// Sets up the stores of markers.
   void inalize_mark();
-  /// One sample; see Oct_tree_Tri::oct_insert. `tag` is cut to 16 bits. The normal is read until
-  /// mc_triangulation has run, and Fill_marker may write it.
+  /// One sample; see Oct_tree_Tri::oct_insert. `tag` is cut to 16 bits. The normal is read from now
+  /// until mc_triangulation has run, and Fill_marker may write it. A sample whose position or
+  /// normal isn't finite is left out.
   void insert_data(float* point, float* normal, float half, int tag);
   /// One marker: sample spacing `half` around it, radius of the hole.
   void insert_marker(float* point, void* normal, float half, float radius);

@@ -80,6 +80,12 @@ class SCANMESH_API Mesh {
   void inalize_mesh();
   /// Computes vertex normals, repairs the orientation, binds the hole finder. Keeps the octree.
   void inlin_inalize_mesh();
+  /// All normals anew, as after a filter that has moved vertices: those of the faces from their
+  /// corners, then those of the vertices from the faces. The orientation stays as it is: no corners
+  /// are exchanged, and a face whose corners run the other way gets the normal of that side. A face
+  /// without area takes the normal of its second corner; one that isn't finite, and deleted
+  /// records, keep theirs. As many threads as there are processors.
+  void refresh_normals();
   /// Releases the three stores and the octree; the object can go through inalize() again.
   void free();
   /// Compaction of vertices, edges, faces: a last step before the mesh is read out.
@@ -337,11 +343,13 @@ class SCANMESH_API Mesh {
   void collapse_short_edges();
   /// The first half of one Loop subdivision: four facets for each face, on as many threads as there
   /// are processors, in an order that depends on timing. Vertices of state kStateHighCurvature
-  /// stay. The caller frees `faces`. All zero when memory doesn't suffice, or without faces.
+  /// stay. Facets that aren't finite are left out, of the box too. The caller frees `faces`. All
+  /// zero when memory doesn't suffice, or without faces.
   fmx::sub_mid Mesh_loop_subdividion_step1();
   /// The second half: makes `target` of the facets; this mesh may have been freed. What the target
   /// held is lost, not released. 0; -1 or -2 when memory doesn't suffice, -3 without facets, -4
-  /// when building failed. The facets stay with the caller.
+  /// when building failed. A box without bounds is taken anew from the facets that are finite. The
+  /// facets stay with the caller.
   int Mesh_loop_subdividion_step2(Mesh*& target, fmx::sub_mid& soup);
   /// The same without any check; always 0.
   int Mesh_loop_subdividion_step3(Mesh*& target, fmx::sub_mid& soup);
@@ -407,8 +415,9 @@ class SCANMESH_API Mesh {
   // opening. Where the coarse cut leaves no closed rim (at the mesh's own border), it is taken back
   // and the opening is left out. `spacing` is that of the scan. `centres`, `normals`, `dirs`: 3
   // floats per opening, normals and dirs of unit length; sizes: one float per opening. `wall` adds
-  // a wall of that `depth` against the normal. Openings are cut one after the other; the searches
-  // run 1.5 tasks per processor, the cut along the curve eight. The list of rings is lost.
+  // a wall of that `depth` against the normal; one that is negative or not finite is refused, and
+  // the curve isn't cut. Openings are cut one after the other; the searches run 1.5 tasks per
+  // processor, the cut along the curve eight. The list of rings is lost.
 
   /// One circle, cut at `radius` - 2.0; the search reaches `radius` around `tool`, a vertex of the
   /// caller's with the centre as its point and the axis as its vector. The curve is cut even where

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <set>
 #include <vector>
 
@@ -243,6 +244,22 @@ TEST(CurveTrimmer, cuts_the_circle_around_every_axis) {
       const double along = scanmesh::dot(p, frame.n);
       const double away = std::sqrt(std::max(0.0, scanmesh::dot(p, p) - along * along));
       EXPECT_GE(away, 4 - 1e-5);
+    }
+  }
+}
+
+TEST(CurveTrimmer, refuses_a_wall_whose_depth_is_not_finite) {
+  Shapes shapes;
+  const Flat flat = around_10();
+  const float infinity = std::numeric_limits<float>::infinity();
+  for (const auto& [shape, entry] : shapes.all()) {
+    for (const float depth : {std::nanf(""), infinity, -infinity}) {
+      ModifyFaceData data = filled();
+      EXPECT_EQ(trim(entry, *shape, flat, data, depth, true), -2);
+      EXPECT_TRUE(is_as_filled(data));
+      // Without a wall nobody asks.
+      EXPECT_EQ(trim(entry, *shape, flat, data, depth, false), 0);
+      EXPECT_FALSE(data.parents.empty());
     }
   }
 }

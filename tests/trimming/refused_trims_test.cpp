@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -298,6 +299,27 @@ TEST(ShapeTrims, survive_openings_without_sense) {
     }));
     EXPECT_TRUE(adjacency_holds(*mesh)) << bad;
     EXPECT_EQ(marked_records(*mesh), 0);
+  }
+}
+
+TEST(ShapeTrims, cut_nothing_for_a_wall_whose_depth_is_not_finite) {
+  const float infinity = std::numeric_limits<float>::infinity();
+  for (const float depth : {std::nanf(""), infinity, -infinity}) {
+    for (int shape = 0; shape < 3; ++shape) {
+      std::vector<Geometry> outcomes;
+      for (const float tried : {-1.0F, depth}) {
+        Opening o;
+        o.wall = true;
+        o.depth = tried;
+        const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
+        if (shape == 0) cut_circle(*mesh, 4, 5.5F, o);
+        if (shape == 1) cut_slot(*mesh, 4, 2, 7, o);
+        if (shape == 2) cut_rectangle(*mesh, 4, 2, 7, o);
+        expect_sound(*mesh, 1);
+        outcomes.push_back(geometry(*mesh));
+      }
+      EXPECT_TRUE(outcomes[0] == outcomes[1]) << depth << ", shape " << shape;
+    }
   }
 }
 
