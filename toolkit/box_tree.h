@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -43,6 +44,11 @@ class BoxTree {
   // Calls accept(box) for nodes and visit(item) where it says yes: for rays and distances.
   template <typename Accept, typename Visit>
   void descend(Accept accept, Visit visit) const;
+
+  // Visits items by bound(box), small bounds first in each node; visit(item) returns the largest
+  // bound that is of interest from then on.
+  template <typename Bound, typename Visit>
+  void nearest_first(Bound bound, Visit visit) const;
 
   // Two nodes that together stand for part of all pairs of items with meeting boxes.
   using NodePair = std::pair<std::int32_t, std::int32_t>;
@@ -94,6 +100,36 @@ void BoxTree::descend(Accept accept, Visit visit) const {
     }
     for (std::int32_t i = here.first; i < here.first + here.count; ++i) {
       if (accept(boxes_[static_cast<std::size_t>(i)])) visit(items_[static_cast<std::size_t>(i)]);
+    }
+  }
+}
+
+template <typename Bound, typename Visit>
+void BoxTree::nearest_first(Bound bound, Visit visit) const {
+  if (nodes_.empty()) return;
+  auto limit = bound(nodes_[0].box);
+  std::array<std::pair<decltype(limit), std::int32_t>, 64> stack;
+  std::size_t depth = 0;
+  stack[depth++] = {limit, 0};
+  limit = std::numeric_limits<decltype(limit)>::infinity();
+  while (depth > 0) {
+    const auto [least, at] = stack[--depth];
+    if (least > limit) continue;
+    const Node& here = node(at);
+    if (here.first < 0) {
+      const auto first = bound(node(at + 1).box);
+      const auto second = bound(node(here.second).box);
+      // The nearer child is taken from the stack first.
+      stack[depth++] =
+          first < second ? std::make_pair(second, here.second) : std::make_pair(first, at + 1);
+      stack[depth++] =
+          first < second ? std::make_pair(first, at + 1) : std::make_pair(second, here.second);
+      continue;
+    }
+    for (std::int32_t i = here.first; i < here.first + here.count; ++i) {
+      if (bound(boxes_[static_cast<std::size_t>(i)]) <= limit) {
+        limit = visit(items_[static_cast<std::size_t>(i)]);
+      }
     }
   }
 }

@@ -261,7 +261,8 @@ RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options
   look.as_stored_in_floats = options.for_float_files;
   look.progress = share_of(options.progress, 0, 0.1, "inspect");
   report.before = inspect(mesh, look);
-  if (ends_as_wanted(report.before, options) && options.keep == Keep::all &&
+  const bool nothing_to_close = report.before.rings == 0 || options.holes == Holes::none;
+  if (ends_as_wanted(report.before, options) && nothing_to_close && options.keep == Keep::all &&
       options.min_faces == 0) {
     return unchanged(mesh, std::move(report), RepairState::healthy);
   }
@@ -272,10 +273,10 @@ RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options
     RepairResult other = attempt(mesh, options, Sheets::back, report, patches_cross);
     if (better(other, result)) result = std::move(other);
   }
-  if (result.report.state == RepairState::unchanged) {
-    return unchanged(mesh, std::move(report), RepairState::unchanged);
-  }
-  return result;
+  if (result.mesh != mesh && result.report.state != RepairState::unchanged) return result;
+  const bool as_wanted = ends_as_wanted(report.before, options);
+  return unchanged(mesh, std::move(report),
+                   as_wanted ? RepairState::healthy : RepairState::unchanged);
 }
 
 }  // namespace
