@@ -4,7 +4,11 @@ include(CMakePackageConfigHelpers)
 
 set(SCANMESH_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/scanmesh)
 
-install(TARGETS scanmesh EXPORT scanmeshTargets
+set(scanmesh_libraries scanmesh)
+if(TARGET scanmesh_toolkit)
+  list(APPEND scanmesh_libraries scanmesh_toolkit)
+endif()
+install(TARGETS ${scanmesh_libraries} EXPORT scanmeshTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
@@ -52,6 +56,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libscanmesh0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# The toolkit needs the engine, which is in the same package.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${scanmesh_BINARY_DIR})
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "The shared library: welds scans, finds and fills their holes, smooths
 and simplifies them, and makes meshes of points.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libscanmesh-dev)

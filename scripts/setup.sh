@@ -10,7 +10,7 @@
 #   setup.sh --peers     also the mesh libraries that bench/peers compares with
 set -euo pipefail
 
-packages=(cmake make g++ ccache libeigen3-dev libopencv-core-dev libgtest-dev libgmock-dev
+packages=(cmake make g++ ccache libeigen3-dev libboost-dev nlohmann-json3-dev libopencv-core-dev libgtest-dev libgmock-dev
           libbenchmark-dev libcgal-demo pkg-config dpkg-dev file
           python3)
 for option in "$@"; do
@@ -27,7 +27,7 @@ for option in "$@"; do
       ;;
     --render) packages+=(povray) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
-                        libassimp-dev) ;;
+                        libassimp-dev admesh) ;;
     *) echo "setup.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done
