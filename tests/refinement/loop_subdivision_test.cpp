@@ -184,6 +184,26 @@ TEST(LoopStep1, agrees_with_the_plain_rules_on_an_irregular_patch) {
   }
 }
 
+TEST(LoopStep1, a_right_angle_among_frozen_corners_is_neither_obtuse_nor_acute) {
+  const Vec3f corner[3] = {{0, 0, 0}, {4, 0, 0}, {0, 2, 0}};
+  for (std::size_t first = 0; first < 3; ++first) {
+    // The right angle at corner 0, 2, 1.
+    const Soup soup{{corner[first], corner[(first + 1) % 3], corner[(first + 2) % 3]},
+                    {{{0, 1, 2}}}};
+    const auto mesh = soup.mesh();
+    for (int i = 0; i < 3; ++i) mesh->vertex[i]->state = Mesh_R::kStateHighCurvature;
+    const std::vector<Facet> facets = subdivided(*mesh);
+    ASSERT_EQ(facets.size(), 4U);
+    const Vec3f& last = soup.points[2];
+    const auto at_last = std::count_if(facets.begin(), facets.end(), [&](const Facet& f) {
+      return near(f.corner[0], last) || near(f.corner[1], last) || near(f.corner[2], last);
+    });
+    // Three of the acute form end at corner 2; of the default form, as at a right angle there, one.
+    EXPECT_EQ(at_last, first == 1 ? 1 : 2) << first;
+    expect_same(facets, PlainLoop(*mesh).facets);
+  }
+}
+
 TEST(LoopStep1, takes_the_first_two_of_many_border_edges_and_faces) {
   // A vertex on a non-manifold edge and on a border, an edge with three faces.
   Soup soup = flat_grid(3, 1.0F);
