@@ -65,10 +65,10 @@ class Mutant:
         self.path, self.number, self.old, self.new = path, number, old, new
 
     def key(self):
-        return (self.path, self.old.strip(), self.new.strip())
+        return (self.path, self.old, self.new)
 
     def __str__(self):
-        return f"{self.path}\n- {self.old.strip()}\n+ {self.new.strip()}"
+        return f"{self.path}\n- {self.old}\n+ {self.new}"
 
 
 def mutants_of_line(path, number, line, code, before):
@@ -111,11 +111,11 @@ def equivalents():
         return known
     for block in EQUIVALENT.read_text().split("\n\n"):
         lines = [l for l in block.split("\n") if l and not l.startswith("#")]
-        if len(lines) < 4 or not lines[1].startswith("-") or not lines[2].startswith("+"):
+        if len(lines) < 4 or not lines[1].startswith("- ") or not lines[2].startswith("+ "):
             if lines:
                 sys.exit(f"{EQUIVALENT.name}: not a mutant with its argument:\n{block}")
             continue
-        known.add((lines[0].strip(), lines[1][1:].strip(), lines[2][1:].strip()))
+        known.add((lines[0].strip(), lines[1][2:], lines[2][2:]))
     return known
 
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <set>
@@ -386,6 +387,52 @@ TEST(Simplify, a_limit_sets_the_cap_by_the_rising_threshold) {
   }
   EXPECT_EQ(cap_of(-1.0), 0);
   EXPECT_LE(cap_of(INFINITY), 10000);
+}
+
+// A closed shape times a factor, one iteration long.
+EdgeCollapse scaled_shape(double factor) {
+  EdgeCollapse work = collapse_of(test_support::noisy(test_support::sphere(1, 1), 0.05F, 3));
+  for (auto& v : work.verts) v.pos = v.pos * factor;
+  return work;
+}
+
+bool collapses_at_once(double factor) {
+  EdgeCollapse work = scaled_shape(factor);
+  const std::size_t before = work.tris.size();
+  // Between the thresholds of the first and of the second iteration.
+  const double limit = (5e-8 - 1e-5) / 0.000634375 * 0.01;
+  EXPECT_EQ(scanmesh::iteration_cap(&limit), 1);
+  testing::internal::CaptureStdout();
+  work.run(static_cast<int>(before) - 1, 3.0, &limit);
+  testing::internal::GetCapturedStdout();
+  return work.tris.size() < before;
+}
+
+double least_error_of(double factor) {
+  EdgeCollapse work = scaled_shape(factor);
+  work.refresh(0);
+  double least = INFINITY;
+  for (const auto& tri : work.tris) {
+    for (int j = 0; j < 3; ++j) {
+      Vec3d point{0, 0, 0};
+      least = std::min(least, work.edge_error(tri.vid[j], tri.vid[(j + 1) % 3], point));
+    }
+  }
+  return least;
+}
+
+TEST(Simplify, the_threshold_is_a_double) {
+  double low = 1e-6;
+  double high = 10;
+  ASSERT_TRUE(collapses_at_once(low));
+  ASSERT_FALSE(collapses_at_once(high));
+  for (int i = 0; i < 60; ++i) {
+    const double middle = (low + high) / 2;
+    (collapses_at_once(middle) ? low : high) = middle;
+  }
+  const double threshold = 0.000000001 * std::pow(3.0, 3.1);
+  EXPECT_NEAR(least_error_of(low) / threshold, 1, 1e-11);
+  EXPECT_GT(std::fabs(static_cast<float>(threshold) / threshold - 1), 1e-9);
 }
 
 TEST(Simplify, with_cap_0_the_mesh_is_only_compacted_and_rebuilt) {
