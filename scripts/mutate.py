@@ -43,7 +43,7 @@ SWAPS = [
     (r"static_cast<double>", "static_cast<float>"),
     (r"(?<![<\w])double(?= \w+ = )", "float"),
 ]
-NUMBER = re.compile(r"(?<![\w.])(\d+)(?=[UL]*\b)(?![\w.]*[.eExX])")
+NUMBER = re.compile(r"(?<![\w.])(?<![eE]-)(\d+)(?=[UL]*\b)(?![\w.]*[.eExX])")
 STATEMENT = re.compile(r"^\s*(?!return\b|using\b|const\b|auto\b|static|break|continue|template|"
                        r"namespace|struct|class|enum|typedef|friend|else|case|default|delete\b)"
                        r"((\+\+|--)?[\w:>.\-\[\]()*&<, +]*"
@@ -58,6 +58,26 @@ def blanked(text):
     text = re.sub(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|(?<!\d)\'(?:\\.|[^\'\\\n])+\'', keep,
                   text, flags=re.S)
     return re.sub(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", keep, text, flags=re.M)
+
+
+def without_other_platforms(code):
+    """Blanks what isn't compiled here: the branches of Windows and of the fuzzers."""
+    out, skipping = [], []
+    for line in code.split("\n"):
+        directive = re.match(r"\s*#\s*(if|ifdef|ifndef|elif|else|endif)\b(.*)", line)
+        if directive:
+            word, rest = directive.group(1), directive.group(2)
+            absent = re.search(r"_WIN32|FUZZING_BUILD_MODE", rest) is not None
+            if word in ("if", "ifdef"):
+                skipping.append(absent and "!" not in rest)
+            elif word == "ifndef":
+                skipping.append(False)
+            elif word == "endif" and skipping:
+                skipping.pop()
+            elif skipping:
+                skipping[-1] = word == "elif" and absent
+        out.append("" if any(skipping) else line)
+    return "\n".join(out)
 
 
 class Mutant:
@@ -85,7 +105,9 @@ def mutants_of_line(path, number, line, code, before):
     for m in NUMBER.finditer(code):
         add(m.start(1), m.end(1), str(int(m.group(1)) + 1))
     starts_here = before == "" or before[-1] in ";{}:"
-    if starts_here and STATEMENT.match(code) and not DECLARATION.match(code):
+    # Room made beforehand is no behaviour.
+    is_hint = re.search(r"\b(reserve|shrink_to_fit)\(", code)
+    if starts_here and STATEMENT.match(code) and not DECLARATION.match(code) and not is_hint:
         indent = len(line) - len(line.lstrip())
         add(indent, len(line), ";")
     guard = GUARD.match(code)
@@ -96,7 +118,8 @@ def mutants_of_line(path, number, line, code, before):
 
 def mutants_of(path):
     text = (ROOT / path).read_text()
-    lines, code = text.split("\n"), blanked(text).split("\n")
+    lines = text.split("\n")
+    code = blanked(without_other_platforms(text)).split("\n")
     found, before = [], ""
     for i, (line, bare) in enumerate(zip(lines, code)):
         found += mutants_of_line(path, i + 1, line, bare.rstrip(), before)
