@@ -49,6 +49,7 @@ STATEMENT = re.compile(r"^\s*(?!return\b|using\b|const\b|auto\b|static|break|con
                        r"((\+\+|--)?[\w:>.\-\[\]()*&<, +]*"
                        r"(\(.*\)| [+\-*|&]?= .*|\+\+|--));$")
 GUARD = re.compile(r"^\s*(if \(.*\)) (return\b.*|continue|break);$")
+ROOM = re.compile(r"^\s*[\w:<>]+ \*?\w+(\[[^\]]*\])+( = \{\})?;$")
 DECLARATION = re.compile(r"^\s*[\w:<>,]+[*&]*( const)?[ *&]+\w+( =|\(|\[|;)")
 
 
@@ -61,22 +62,25 @@ def blanked(text):
 
 
 def without_other_platforms(code):
-    """Blanks what isn't compiled here: the branches of Windows and of the fuzzers."""
-    out, skipping = [], []
+    """Blanks what isn't compiled here: Windows, the fuzzers, processors without vectors."""
+    out, branches = [], []  # of each open condition: is this branch skipped, is the rest
     for line in code.split("\n"):
         directive = re.match(r"\s*#\s*(if|ifdef|ifndef|elif|else|endif)\b(.*)", line)
         if directive:
             word, rest = directive.group(1), directive.group(2)
             absent = re.search(r"_WIN32|FUZZING_BUILD_MODE", rest) is not None
-            if word in ("if", "ifdef"):
-                skipping.append(absent and "!" not in rest)
-            elif word == "ifndef":
-                skipping.append(False)
-            elif word == "endif" and skipping:
-                skipping.pop()
-            elif skipping:
-                skipping[-1] = word == "elif" and absent
-        out.append("" if any(skipping) else line)
+            present = re.search(r"__SSE2__|__GNUC__|__linux__", rest) is not None
+            if "!" in rest or word == "ifndef":
+                absent, present = present, absent
+            if word in ("if", "ifdef", "ifndef"):
+                branches.append((absent, present))
+            elif word == "endif" and branches:
+                branches.pop()
+            elif branches:
+                rest_skipped = branches[-1][1]
+                branches[-1] = (rest_skipped or (word == "elif" and absent),
+                                rest_skipped or (word == "elif" and present))
+        out.append("" if any(skipped for skipped, _ in branches) else line)
     return "\n".join(out)
 
 
@@ -97,6 +101,9 @@ def mutants_of_line(path, number, line, code, before):
     def add(start, end, text):
         found.append(Mutant(path, number, line, line[:start] + text + line[end:]))
 
+    # Room made beforehand or to spare, and fetching ahead, are no behaviour.
+    if ROOM.match(code) or re.search(r"\b(reserve|shrink_to_fit|prefetch|touch_pages)\(", code):
+        return found
     if re.match(r"\s*(static_assert|template|using|assert)\b", code) or "operator" in code:
         return found
     for pattern, text in SWAPS:
@@ -105,9 +112,7 @@ def mutants_of_line(path, number, line, code, before):
     for m in NUMBER.finditer(code):
         add(m.start(1), m.end(1), str(int(m.group(1)) + 1))
     starts_here = before == "" or before[-1] in ";{}:"
-    # Room made beforehand is no behaviour.
-    is_hint = re.search(r"\b(reserve|shrink_to_fit)\(", code)
-    if starts_here and STATEMENT.match(code) and not DECLARATION.match(code) and not is_hint:
+    if starts_here and STATEMENT.match(code) and not DECLARATION.match(code):
         indent = len(line) - len(line.lstrip())
         add(indent, len(line), ";")
     guard = GUARD.match(code)

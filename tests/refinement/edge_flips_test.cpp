@@ -161,6 +161,16 @@ TEST(EdgeArea, is_invalid_between_two_faces_on_the_same_corners) {
   EXPECT_EQ(mesh->Mesh_Swap_Value(edge), -1.0);
 }
 
+TEST(EdgeArea, is_invalid_where_either_face_was_deleted_by_hand) {
+  for (const int side : {0, 1}) {
+    const auto mesh = flat_grid(4, 1).mesh();
+    _edge* const edge = edge_of(mesh->vertex[6], mesh->vertex[12]);
+    ASSERT_EQ(scanmesh::make_edge_area(edge).invalid, 0);
+    edge->face[side]->state = Mesh_R::kStateDeleted;
+    EXPECT_EQ(scanmesh::make_edge_area(edge).invalid, 1) << side;
+  }
+}
+
 TEST(EdgeArea, is_invalid_where_a_face_around_adds_no_corner) {
   for (int side = 0; side < 4; ++side) {
     const auto mesh = flat_grid(4, 1).mesh();
