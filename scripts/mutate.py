@@ -49,7 +49,7 @@ STATEMENT = re.compile(r"^\s*(?!return\b|using\b|const\b|auto\b|static|break|con
                        r"((\+\+|--)?[\w:>.\-\[\]()*&<, +]*"
                        r"(\(.*\)| [+\-*|&]?= .*|\+\+|--));$")
 GUARD = re.compile(r"^\s*(if \(.*\)) (return\b.*|continue|break);$")
-ROOM = re.compile(r"^\s*[\w:<>]+ \*?\w+(\[[^\]]*\])+( = \{\})?;$")
+ROOM = re.compile(r"^\s*[\w:<>*]+ \*?\w+(\[[^\]]*\])+( = \{\})?;$")
 DECLARATION = re.compile(r"^\s*[\w:<>,]+[*&]*( const)?[ *&]+\w+( =|\(|\[|;)")
 
 
