@@ -44,7 +44,7 @@ SWAPS = [
     (r"(?<![<\w])double(?= \w+ = )", "float"),
 ]
 NUMBER = re.compile(r"(?<![\w.])(?<![eE]-)(\d+)(?=[UL]*\b)(?![\w.]*[.eExX])")
-STATEMENT = re.compile(r"^\s*(?!return\b|using\b|const\b|auto\b|static|break|continue|template|"
+STATEMENT = re.compile(r"^\s*(?!return\b|using\b|const|auto\b|static|break|continue|template|"
                        r"namespace|struct|class|enum|typedef|friend|else|case|default|delete\b)"
                        r"((\+\+|--)?[\w:>.\-\[\]()*&<, +]*"
                        r"(\(.*\)| [+\-*|&]?= .*|\+\+|--));$")
