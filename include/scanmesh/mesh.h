@@ -79,13 +79,12 @@ class SCANMESH_API Mesh {
   /// Drops the octree, then inlin_inalize_mesh().
   void inalize_mesh();
   /// Computes vertex normals as means of the face normals as they stand, repairs the orientation,
-  /// binds the hole finder. Keeps the octree. Face normals aren't recomputed: after a filter that
-  /// moves vertices call refresh_normals().
+  /// binds the hole finder. Keeps the octree. After a filter call refresh_normals() instead.
   void inlin_inalize_mesh();
   /// Releases the three stores; the object can go through inalize() again.
   void free();
-  /// Compaction of vertices, edges, faces: a last step before the mesh is read out. When more than
-  /// half of a store is deleted a live face can be lost; see Vertex::sort_out_mem().
+  /// Compaction of vertices, edges, faces: a last step before the mesh is read out. It can lose a
+  /// live face when more than half is deleted, see Vertex::sort_out_mem().
   void sort_out_mem();
   /// Stores the centre of the bounding box.
   void set_Center(MemS::Point3v<float> center);
@@ -221,8 +220,7 @@ class SCANMESH_API Mesh {
   // ---- Curvature --------------------------------------------------------------------------------
 
   /// Marks live vertices whose mean or Gaussian curvature exceeds `limit` in magnitude, by state
-  /// kStateHighCurvature. Marks are added, never taken back: to do so, set the state of each vertex
-  /// that has it to kStateLive. Always 0.
+  /// kStateHighCurvature; setting that to kStateLive takes a mark back. Always 0.
   int markHighCurvature(const float& limit);
   /// Three rounds of moving every vertex to the mean of itself and its neighbours.
   void GaussianCurvatureLimit_Lap_filter();
@@ -303,10 +301,8 @@ class SCANMESH_API Mesh {
   /// Frees the rings; the last fill can no longer be revoked.
   void destroy_hole();
   /// Fills a ring of the list; an empty cell does nothing. The patch takes its edge length from the
-  /// ring. `f`, half of the scan's spacing, doesn't shape it: it only decides how many rows around
-  /// the ring have their normals brought to unit length and recomputed. A ring that visits a vertex
-  /// twice, or has a vertex that isn't finite, is left open without a word: `face.real_num` is what
-  /// it was, and return_add_face_data() gives null.
+  /// ring; `f`, half of the scan's spacing, only decides how many rows around it get unit normals.
+  /// A ring that visits a vertex twice is left open without a word: `face.real_num` stays.
   void fill_hole_No(int hole, float f);
   /// Undoes the last fill. Faces that orientation repair has turned meanwhile stay turned.
   void Revoked_fill_hole();
@@ -318,11 +314,9 @@ class SCANMESH_API Mesh {
   // ---- Resolution -------------------------------------------------------------------------------
 
   /// Collapses edges by quadric error (Garland and Heckbert 1997) until at most `target` faces are
-  /// left, or nothing more may collapse, or for 10,000 iterations: needles, folds, edges between
-  /// the border and the inside, and corners that would come closer than they weld stay. Then
-  /// rebuilds the mesh: vertex order and all that isn't position are lost, and so are faces of
-  /// which two corners lie closer than 0.0005 on each axis, so that a closed mesh with such edges
-  /// can open. Reports each iteration, and prints the target.
+  /// left, nothing more may collapse, or 10,000 iterations are over, and rebuilds the mesh: vertex
+  /// order and all that isn't position are lost, and so are faces with two corners closer than
+  /// 0.0005 on each axis, so that a closed mesh with such edges can open. Reports each iteration.
   void Mesh_simplify(int target, bool);
   /// The run itself. A null target means 0, a null limit none; with a limit the error rules.
   void Mesh_Queue_Simplify(double* limit, int* target);
@@ -360,8 +354,7 @@ class SCANMESH_API Mesh {
 
   // ---- Undo -------------------------------------------------------------------------------------
 
-  /// Copies the whole mesh into a new record. Of two faces on the same corners one comes back, and
-  /// of faces with two corners closer than 0.0005 on each axis none.
+  /// Copies the whole mesh into a new record. Doubled faces and those too small to weld are lost.
   void build_backup(_backup*& out);
   /// Restores the mesh and frees the record with its arrays. Tags, flags and numbers don't survive.
   void revoke_backup(_backup* record);
@@ -369,9 +362,8 @@ class SCANMESH_API Mesh {
   obj_triangle* storage_delFace(Mesh_R::_face** faces, int count);
   /// Deletes the faces.
   void _dele_triangle(Mesh_R::_face** faces, int count);
-  /// Puts the faces of a record back and frees it. Corners that went come back as new vertices.
-  /// What orientation repair did to other faces meanwhile stays; call inlin_inalize_mesh()
-  /// afterwards.
+  /// Puts the faces of a record back and frees it. Corners that went come back as new vertices;
+  /// call inlin_inalize_mesh() where orientation was repaired meanwhile.
   void Revoked_triangle(obj_triangle* record);
   /// Cuts the faces out and closes the rings that are left, where shorter than the selection.
   /// `added` receives the new faces, an array of the caller's; `half_spacing` is half of the scan's
@@ -389,8 +381,8 @@ class SCANMESH_API Mesh {
   /// caller's.
   void open_manifold(Mesh_R::_face**& faces, int& n);
   /// Appends the faces of the shells with fewer faces than that and than `limit`; returns how many
-  /// `faces` holds then. Deleted records end in state -3, which other operations take for live: set
-  /// them back to kStateDeleted before anything else. One thread per processor at the end.
+  /// `faces` holds then. Deleted records end in state -3: set them back to kStateDeleted before
+  /// anything else, which would take them for live. One thread per processor at the end.
   int open_manifold_slider(std::vector<Mesh_R::_face*>& faces, const int& limit);
   /// Appends the shells within an array of n faces to `groups`, as indices into it, and arranges
   /// them. Returns the number of clusters. A neighbour outside the array counts as index 0 and
