@@ -38,7 +38,7 @@ std::unique_ptr<Mesh_M::Mesh> empty_mesh() {
   return mesh;
 }
 
-long resident_bytes() {
+[[maybe_unused]] long resident_bytes() {
   long pages = 0;
   long resident = 0;
   FILE* const file = std::fopen("/proc/self/statm", "r");
