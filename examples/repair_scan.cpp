@@ -63,6 +63,7 @@ std::vector<demo::Triangle> added_faces(Mesh_M::Mesh& mesh) {
 
 void fill_rings(Mesh_M::Mesh& mesh, const Options& options, demo::ProgressBar& bar,
                 demo::RepairReport& report) {
+  // The patches don't depend on it: they take their edge length from the ring.
   const float half_spacing = static_cast<float>(demo::mean_edge_length(mesh) / 2);
   const int cells = mesh.get_hole_num();
   for (int i = 0; i < cells; ++i) {

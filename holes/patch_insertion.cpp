@@ -148,6 +148,7 @@ void enter_face(Hole& finder, _vert* a, _vert* b, _vert* c, Vec3f normal) {
   _edge* const bc = scanmesh::find_or_create_edge(verts, edges, b, c);
   for (_vert* vert : {a, b, c}) vert->vector = normal;
   if (scanmesh::has_face(edges, ab, a, b, c)) return;
+  // AB, AC, BC, not opposite the corners: hosts read the records of patches in this order.
   _face* const face = finder.face_store->insert_face(a, b, c, ab, ac, bc, normal);
   face->searched = false;
   finder.added_faces.allocate_mem() = face;

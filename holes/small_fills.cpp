@@ -29,6 +29,7 @@ void add_small_face(Hole& finder, _vert* a, _vert* b, _vert* c) {
   _edge* const ab = scanmesh::find_or_create_edge(verts, edges, a, b);
   _edge* const ac = scanmesh::find_or_create_edge(verts, edges, a, c);
   _edge* const bc = scanmesh::find_or_create_edge(verts, edges, b, c);
+  // AB, AC, BC, as in a patch: hosts read the records of fills in this order.
   _face* const face = finder.face_store->insert_face(a, b, c, ab, ac, bc, a->vector);
   scanmesh::link_face(verts, edges, face);
 }

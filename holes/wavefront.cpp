@@ -140,6 +140,7 @@ class Clipper {
     _edge* closing = nullptr;
     finder_.get_edge(closing, pair.a, pair.b);
     _vert* const corners[3] = {pair.a, vert, pair.b};
+    // AB, BC, AC, not opposite the corners: hosts read the records of this fill in this order.
     _edge* const edges[3] = {pair.first, pair.second, closing};
     Vec3f normal = {0, 0, 0};
     _face* const face = finder_.face_store->insert_face(corners, edges, normal);

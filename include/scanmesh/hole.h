@@ -26,8 +26,9 @@ struct _hole {
 ///
 /// The hole list can hold empty cells, left by rings that were split or dropped: whoever reads it
 /// tests for null. The lists of added records hold the last fill, which Revoked_last can undo until
-/// the next fill commits it. Before inalize() and after free() nothing is found or filled, and
-/// every cell is empty. One thread at a time; only build_hole() runs threads of its own.
+/// the next fill commits it. Orientation repair of meanwhile stays as it is. Before inalize() and
+/// after free() nothing is found or filled, and every cell is empty. One thread at a time; only
+/// build_hole() runs threads of its own.
 class SCANMESH_API Hole {
  public:
   MemS::MemAllo<_hole*> holes;
@@ -76,9 +77,10 @@ class SCANMESH_API Hole {
   _hole* gethole(_edge* start);
   /// The walk of build_smallhole.
   _hole* gethole_smallHole(_edge* start, int limit);
-  /// The walk of build_hole_temp.
+  /// A walk over face fans that ends at an edge beyond the reference, a point, x y z: the one walk
+  /// of the fans that reads it. No builder uses it.
   _hole* gethole_temp(_edge* start, float* const reference);
-  /// The walk of build_hole_temp_oval.
+  /// The walk of build_hole_temp and build_hole_temp_oval.
   _hole* gethole_temp_oval(_edge* start, float* const reference);
   /// The walk of build_hole_trim.
   _hole* gethole_trim(_edge* start, int maxEdges, float* const reference);
@@ -99,8 +101,10 @@ class SCANMESH_API Hole {
   /// Writes the ring's boundary edges on the given faces to the front of its list.
   void remove_some_edge(int hole, _face** faces, int faceCount);
 
-  /// Fills with a clipped wavefront, edge refinement and radial basis projection. `f` is half of
-  /// the scan's spacing, mesh units.
+  /// Fills with a clipped wavefront, edge refinement and radial basis projection. `f`, half of the
+  /// scan's spacing in mesh units, decides how many rows around the ring hold the projection and
+  /// how much they are calmed before: rows near the ring move for good. `rings3` + 1 rows serve
+  /// where that gives fewer than 120 vertices.
   void fill_Hole_No(float f, int hole, int rings3);
   /// Commits the last fill.
   void Determine_fill_hole();
@@ -111,9 +115,12 @@ class SCANMESH_API Hole {
   float* return_add_face(int& n);
   /// The same as records; `n` counts faces; `faces` is untouched when nothing was added.
   void return_add_face(_face**& faces, int& n);
-  /// Closes every ring of at most `limit` edges with a bare triangulation.
+  /// Closes every ring of at most `limit` edges with a bare triangulation. A ring that visits a
+  /// vertex twice stays open. It doesn't ask whether a face is there already: a triangle of three
+  /// open edges can get a second one on its back.
   void auto_fill_small_hole(int limit);
-  /// Triangulates one ring without new vertices; such a fill can't be revoked. Always 0.
+  /// Triangulates one ring without new vertices; such a fill can't be revoked. Always 0, also where
+  /// the ring was refused.
   int fillHolePolyline(MemS::MemAllo<_edge*>* ring);
 
   /// Adds a listed face; 1 when it did, 0 for a duplicate or a missing edge that mustn't be made.

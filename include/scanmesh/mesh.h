@@ -78,7 +78,8 @@ class SCANMESH_API Mesh {
   void inalize_oct_hole(MemS::Point3v<float>& center, float half);
   /// Drops the octree, then inlin_inalize_mesh().
   void inalize_mesh();
-  /// Computes vertex normals, repairs the orientation, binds the hole finder. Keeps the octree.
+  /// Computes vertex normals as means of the face normals as they stand, repairs the orientation,
+  /// binds the hole finder. Keeps the octree. After a filter call refresh_normals() instead.
   void inlin_inalize_mesh();
   /// All normals anew, as after a filter that has moved vertices: those of the faces from their
   /// corners, then those of the vertices from the faces. The orientation stays as it is: no corners
@@ -88,7 +89,8 @@ class SCANMESH_API Mesh {
   void refresh_normals();
   /// Releases the three stores and the octree; the object can go through inalize() again.
   void free();
-  /// Compaction of vertices, edges, faces: a last step before the mesh is read out.
+  /// Compaction of vertices, edges, faces: a last step before the mesh is read out. It can lose a
+  /// live face when more than half is deleted, see Vertex::sort_out_mem().
   void sort_out_mem();
   /// Stores the centre of the bounding box.
   void set_Center(MemS::Point3v<float> center);
@@ -121,7 +123,8 @@ class SCANMESH_API Mesh {
   Mesh_R::_face* insert_face2(Mesh_R::_vert* a, Mesh_R::_vert* b, Mesh_R::_vert* c,
                               MemS::Point3v<float>& normal);
   /// Builds the mesh from point_count x 3 floats and triangle_count x 3 indices into a fresh or
-  /// freed object; triangles with an index out of range, and those too small to weld, are skipped.
+  /// freed object; triangles with an index out of range, and those of which two corners lie closer
+  /// than 0.0005 on each axis, are skipped: in a mesh in metres that may be all.
   void rebuild(float* points, int point_count, int* triangles, int triangle_count);
   /// The same with a tag per point; small triangles are kept.
   void rebuild(float* points, int point_count, unsigned char* tags, int* triangles,
@@ -223,7 +226,8 @@ class SCANMESH_API Mesh {
 
   // ---- Curvature --------------------------------------------------------------------------------
 
-  /// Marks live vertices whose mean or Gaussian curvature exceeds `limit` in magnitude. Always 0.
+  /// Marks live vertices whose mean or Gaussian curvature exceeds `limit` in magnitude, by state
+  /// kStateHighCurvature; setting that to kStateLive takes a mark back. Always 0.
   int markHighCurvature(const float& limit);
   /// Three rounds of moving every vertex to the mean of itself and its neighbours.
   void GaussianCurvatureLimit_Lap_filter();
@@ -303,20 +307,23 @@ class SCANMESH_API Mesh {
   void build_smallhole(int limit);
   /// Frees the rings; the last fill can no longer be revoked.
   void destroy_hole();
-  /// Fills a ring of the list; its cell must not be empty. `f` is half of the scan's spacing.
+  /// Fills a ring of the list; an empty cell does nothing. The patch takes its edge length from the
+  /// ring; `f`, half of the scan's spacing, only decides how many rows around it get unit normals.
+  /// A ring that visits a vertex twice is left open without a word: `face.real_num` stays.
   void fill_hole_No(int hole, float f);
-  /// Undoes the last fill.
+  /// Undoes the last fill. Faces that orientation repair has turned meanwhile stay turned.
   void Revoked_fill_hole();
   /// The faces that the last fill added, 12 floats each; see Hole::return_add_face.
   float* return_add_face_data(int& n);
-  /// Finds and closes every ring of at most `limit` edges.
+  /// Finds and closes every ring of at most `limit` edges; see Hole::auto_fill_small_hole().
   void auto_fill_small_hole(int limit);
 
   // ---- Resolution -------------------------------------------------------------------------------
 
   /// Collapses edges by quadric error (Garland and Heckbert 1997) until at most `target` faces are
-  /// left, and rebuilds the mesh: vertex order and all that isn't position are lost. Only one
-  /// simplification may run at a time in a process.
+  /// left, nothing more may collapse, or 10,000 iterations are over, and rebuilds the mesh: vertex
+  /// order and all that isn't position are lost, and so are faces with two corners closer than
+  /// 0.0005 on each axis, so that a closed mesh with such edges can open. Reports each iteration.
   void Mesh_simplify(int target, bool);
   /// The run itself. A null target means 0, a null limit none; with a limit the error rules.
   void Mesh_Queue_Simplify(double* limit, int* target);
@@ -356,7 +363,7 @@ class SCANMESH_API Mesh {
 
   // ---- Undo -------------------------------------------------------------------------------------
 
-  /// Copies the whole mesh into a new record.
+  /// Copies the whole mesh into a new record. Doubled faces and those too small to weld are lost.
   void build_backup(_backup*& out);
   /// Restores the mesh and frees the record with its arrays. Tags, flags and numbers don't survive.
   void revoke_backup(_backup* record);
@@ -364,7 +371,8 @@ class SCANMESH_API Mesh {
   obj_triangle* storage_delFace(Mesh_R::_face** faces, int count);
   /// Deletes the faces.
   void _dele_triangle(Mesh_R::_face** faces, int count);
-  /// Puts the faces of a record back and frees it. Corners that went come back as new vertices.
+  /// Puts the faces of a record back and frees it. Corners that went come back as new vertices;
+  /// call inlin_inalize_mesh() where orientation was repaired meanwhile.
   void Revoked_triangle(obj_triangle* record);
   /// Cuts the faces out and closes the rings that are left, where shorter than the selection.
   /// `added` receives the new faces, an array of the caller's; `half_spacing` is half of the scan's
@@ -382,7 +390,8 @@ class SCANMESH_API Mesh {
   /// caller's.
   void open_manifold(Mesh_R::_face**& faces, int& n);
   /// Appends the faces of the shells with fewer faces than that and than `limit`; returns how many
-  /// `faces` holds then. Deleted records end in state -3. One thread per processor at the end.
+  /// `faces` holds then. Deleted records end in state -3: set them back to kStateDeleted before
+  /// anything else, which would take them for live. One thread per processor at the end.
   int open_manifold_slider(std::vector<Mesh_R::_face*>& faces, const int& limit);
   /// Appends the shells within an array of n faces to `groups`, as indices into it, and arranges
   /// them. Returns the number of clusters. A neighbour outside the array counts as index 0 and

@@ -78,8 +78,10 @@ struct _edge {
 };
 
 /// A face with corners A, B, C, counter-clockwise seen from outside: (A - B) x (B - C) points the
-/// way of `vector`. As built, edge[i] lies opposite vert[i]; orientation repair exchanges corners
-/// without the edges, so code that needs the opposite edge compares ends.
+/// way of `vector`. Which slot an edge stands in depends on what made the face: loaded, inserted
+/// and cut faces have edge[i] opposite vert[i]; a patch and a small fill have AB, AC, BC; a
+/// wavefront has AB, BC, AC. Orientation repair exchanges corners without the edges. So code that
+/// needs the opposite edge compares ends.
 struct _face {
   _vert* vert[3] = {nullptr, nullptr, nullptr};
   _edge* edge[3] = {nullptr, nullptr, nullptr};
@@ -129,7 +131,9 @@ class SCANMESH_API Vertex {
   /// Drops the lists of a vertex and marks it deleted.
   void recover_mem(_vert* vert);
   /// Compaction: moves live records into the places of deleted ones. Invalidates numbers and may
-  /// move any record; a last step before the mesh is read out.
+  /// move any record; a last step before the mesh is read out. When more than half of the records
+  /// are deleted, a live one can end up beyond the count, where no loop finds it: rebuild the mesh
+  /// from its arrays instead.
   void sort_out_mem();
 
   /// Recomputes one vertex normal: the plain mean of the normals of its faces, normalised.
@@ -213,7 +217,7 @@ class SCANMESH_API Face {
   /// next.
   _face* insert_face(_vert* a, _vert* b, _vert* c, _edge* bc, _edge* ac, _edge* ab,
                      MemS::Point3v<float>& normal);
-  /// The same with corners and edges in arrays; edge[i] lies opposite vert[i].
+  /// The same with corners and edges in arrays, stored in the given order.
   _face* insert_face(_vert* const vert[3], _edge* const edge[3], MemS::Point3v<float>& normal);
 
   /// Deletes a face; the last face of an edge takes the edge along, the last of a vertex the
@@ -226,10 +230,14 @@ class SCANMESH_API Face {
   /// Counts the records that aren't deleted.
   int get_real_facenum();
 
-  /// Recomputes one normal, and turns the face to the side of its vertex normals.
+  /// Recomputes one normal, and turns the face to the side of its vertex normals: `vector` and the
+  /// corners, of which the first and the third change places. A face without area takes the normal
+  /// of its second corner.
   void refresh_vector(_face* face);
   /// Makes the orientation consistent with the vertex normals, in at most six rounds after the
-  /// first.
+  /// first. Recomputes no face normal. The judges are the vertex normals, not the neighbours: at
+  /// sharp features and thin walls, where these cancel, it turns faces of a mesh that was
+  /// consistent.
   void check_vector();
   /// Compaction, as of the vertices.
   void sort_out_mem();

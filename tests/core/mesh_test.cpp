@@ -240,13 +240,24 @@ TEST(InsertFace, refuses_a_vertex_whose_lists_are_full) {
 }
 
 TEST(Rebuild, skips_triangles_with_an_index_out_of_range_and_goes_on) {
-  float points[] = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0};
-  int triangles[] = {0, 1, 4, -1, 1, 2, 0, 1, 2, 1, 3, 2};
-  Mesh_M::Mesh mesh;
-  mesh.rebuild(points, 4, triangles, 4);
-  EXPECT_EQ(mesh.face.real_num, 2);
-  EXPECT_EQ(mesh.vertex.get_vertnum(), 4);
-  EXPECT_TRUE(adjacency_holds(mesh));
+  // No point lies at the origin, where a record that was never made would lie.
+  float points[] = {5, 5, 5, 6, 5, 5, 5, 6, 5, 6, 6, 5};
+  unsigned char tags[] = {1, 2, 3, 4};
+  for (const bool tagged : {false, true}) {
+    // An index equal to the count, and one of -1, at each corner.
+    int triangles[] = {0, 1, 4, 4, 1, 2, 0, 4, 2, -1, 1, 2, 0, -1, 2, 0, 1, -1, 0, 1, 2, 1, 3, 2};
+    Mesh_M::Mesh mesh;
+    if (tagged) {
+      mesh.rebuild(points, 4, tags, triangles, 8);
+    } else {
+      mesh.rebuild(points, 4, triangles, 8);
+    }
+    EXPECT_EQ(mesh.face.real_num, 2);
+    EXPECT_EQ(mesh.face.get_facenum(), 2);
+    EXPECT_EQ(mesh.edge.get_edgenum(), 5);
+    EXPECT_EQ(mesh.vertex.get_vertnum(), 4);
+    EXPECT_TRUE(adjacency_holds(mesh));
+  }
 }
 
 TEST(Rebuild, without_triangles_leaves_unconnected_vertices_with_zero_normals) {
@@ -338,6 +349,25 @@ TEST(ReadOut, takes_every_step_th_face_number) {
   EXPECT_EQ(faces[0], mesh->face[0]);
   EXPECT_EQ(faces[1], mesh->face[6]);
   delete[] faces;
+}
+
+TEST(ReadOut, leaves_out_a_face_with_any_corner_deleted) {
+  for (int k = 0; k < 3; ++k) {
+    auto mesh = test_support::flat_grid(1, 1).mesh();
+    mesh->refresh_point_index();
+    // Only one of the two faces has this corner, or both have it.
+    _vert* const corner = mesh->face[0]->vert[k];
+    const int left = 2 - corner->face_num;
+    corner->state = Mesh_R::kStateDeleted;
+    int n = 0;
+    _face** faces = nullptr;
+    delete[] mesh->get_face_index(faces, n, 1);
+    EXPECT_EQ(n, 3 * left);
+    if (left == 1) {
+      EXPECT_EQ(faces[0], mesh->face[1]);
+    }
+    delete[] faces;
+  }
 }
 
 TEST(ReadOut, counts_two_integers_per_live_edge) {

@@ -59,6 +59,15 @@ TEST(FitPointPlane, through_the_origin_to_the_last_digit_keeps_unit_length_and_t
   EXPECT_EQ(std::fabs(normal[2]), 1.0);
 }
 
+TEST(FitPointPlane, counts_as_through_the_origin_up_to_a_distance_of_1e_30) {
+  for (const double z : {1e-30, 1.01e-30}) {
+    ASSERT_EQ((z + z + z + z) / 4, z);  // the mean, to the bit
+    const vector<Point3d> points = {{1, 0, z}, {-1, 0, z}, {0, 2, z}, {0, -2, z}};
+    Point3d normal{};
+    EXPECT_EQ(scanmesh::fit_point_plane(points.data(), 4, normal), z > 1e-30 ? 1 : 0);
+  }
+}
+
 TEST(FitPointPlane, no_plane_through_noisy_points_is_better) {
   const vector<Point3d> points = noisy_plane(200, 0.7, 0.1, -3, 0.3, 2);
   Point3d normal{};

@@ -19,6 +19,11 @@ struct ThreadPoolAccess {
     const std::lock_guard<std::mutex> lock(pool.queue_lock);
     pool.stop = true;
   }
+  // As the destructor does, but the pool stays for those who wait at it.
+  static void shut_down(ThreadPool& pool) {
+    std::unique_lock<std::mutex> lock(pool.queue_lock);
+    pool.shut_down(lock);
+  }
 };
 
 }  // namespace Mesh_M
@@ -87,6 +92,30 @@ TEST(ThreadPool, enqueue_blocks_while_the_queue_is_full) {
   go_on.signal();
   late.join();
   EXPECT_TRUE(entered);
+}
+
+TEST(ThreadPool, a_blocked_enqueue_raises_when_the_pool_stops) {
+  ThreadPool pool(2, 0);
+  ThreadPoolAccess::set_limit(pool, 1);
+  pool.enqueue([] {});
+  std::promise<bool> raised;
+  std::future<bool> answer = raised.get_future();
+  std::thread late([&] {
+    try {
+      pool.enqueue([] {});
+      raised.set_value(false);
+    } catch (const std::runtime_error&) {
+      raised.set_value(true);
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  ThreadPoolAccess::shut_down(pool);
+  const bool answered = answer.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+  EXPECT_TRUE(answered);
+  if (!answered) std::abort();  // the thread would wait for ever
+  EXPECT_TRUE(answer.get());
+  late.join();
 }
 
 TEST(ThreadPool, enqueue_on_a_stopped_pool_raises) {

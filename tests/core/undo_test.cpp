@@ -151,6 +151,24 @@ TEST(Backup, is_compact_and_restores_the_mesh) {
   for (int i = 0; i < mesh->vertex.get_vertnum(); ++i) EXPECT_EQ(mesh->vertex[i]->tag, 0);
 }
 
+TEST(Backup, frees_the_rings_whose_edges_go) {
+  const auto mesh = irregular_patch(10, 4).mesh();
+  Mesh_M::_backup* record = nullptr;
+  mesh->build_backup(record);
+  mesh->build_hole();
+  ASSERT_GT(mesh->get_hole_num(), 0);
+  mesh->fill_hole_No(0, 0.5F);
+  ASSERT_NE(mesh->hole.last_hole, nullptr);
+  mesh->revoke_backup(record);
+  EXPECT_EQ(mesh->get_hole_num(), 0);
+  EXPECT_EQ(mesh->hole.holes.block, nullptr);
+  EXPECT_EQ(mesh->hole.last_hole, nullptr);
+  mesh->Revoked_fill_hole();
+  EXPECT_TRUE(adjacency_holds(*mesh));
+  mesh->build_hole();
+  EXPECT_GT(mesh->get_hole_num(), 0);
+}
+
 TEST(Backup, of_an_empty_mesh_restores_an_empty_mesh) {
   Mesh mesh;
   mesh.inalize();

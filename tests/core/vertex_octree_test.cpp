@@ -248,4 +248,20 @@ TEST(VertexOctree, pairs_of_points_at_wild_places_cost_few_nodes) {
   EXPECT_LT(octree.nodes.size(), 5 * pairs);
 }
 
+TEST(VertexOctree, begins_with_an_inner_node_over_its_cube) {
+  Mesh_M::VertexOctree tree;
+  tree.inalize({1, 2, 3}, 4);
+  ASSERT_NE(tree.root, nullptr);
+  EXPECT_TRUE(tree.root->inner);
+  EXPECT_EQ(tree.root->half, 4);
+  EXPECT_EQ(tree.root->center.y, 2);
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(tree.root->child[i], nullptr);
+  EXPECT_EQ(tree.box.max_x, 5);
+  EXPECT_EQ(tree.box.min_x, -3);
+  EXPECT_EQ(tree.box.max_y, 6);
+  EXPECT_EQ(tree.box.min_y, -2);
+  EXPECT_EQ(tree.box.max_z, 7);
+  EXPECT_EQ(tree.box.min_z, -1);
+}
+
 }  // namespace

@@ -1,8 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#if defined(__linux__)
+#include <malloc.h>
+#endif
 
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "scanmesh/ply_reader.h"
 #include "tests/support/messages.h"
@@ -135,6 +140,58 @@ TEST(PlyReader, ending_early_is_told_and_refused) {
     PlyResult result;
     read_ply(head + body, result);
     EXPECT_TRUE(result.sound);
+  }
+}
+
+// Memory that is handed out anew isn't zero.
+class DirtyMemory {
+ public:
+  DirtyMemory() {
+#if defined(__GLIBC__)
+    mallopt(M_PERTURB, 0x55);
+#endif
+  }
+  ~DirtyMemory() {
+#if defined(__GLIBC__)
+    mallopt(M_PERTURB, 0);
+#endif
+  }
+  DirtyMemory(const DirtyMemory&) = delete;
+  DirtyMemory& operator=(const DirtyMemory&) = delete;
+};
+
+TEST(PlyReader, rows_that_the_file_does_not_have_are_zero) {
+  const std::string head = ply_header(
+      PlyForm::kAscii,
+      std::string("element vertex 4\n") + kXyz +
+          "property float nx\nproperty float ny\nproperty float nz\nproperty uchar red\n"
+          "property uchar green\nproperty uchar blue\nproperty uchar alpha\nproperty int flags\n"
+          "property float s\nproperty float t\n");
+  const std::string row = "1 2 3 4 5 6 255 255 255 255 9 0.5 0.25\n";
+  const DirtyMemory dirty;
+  PlyResult result;
+  // The third row ends early; nothing of it or of the fourth is left to chance.
+  read_ply(head + row + row + "1 2 3 4 5 6 255 255 255 255 9 x x x x x x x x x x x x x x", result);
+  EXPECT_FALSE(result.sound);
+  const auto& data = result.data;
+  ASSERT_EQ(data.nb_vertex, 4);
+  ASSERT_TRUE(data.hasnormal && data.hascolor);
+  const auto part = [](const auto* values, int width, int vertex) {
+    using Value = std::remove_const_t<std::remove_pointer_t<decltype(values)>>;
+    return std::vector<Value>(values + width * vertex, values + width * (vertex + 1));
+  };
+  for (int i = 0; i < 4; ++i) {
+    const bool there = i < 2;
+    EXPECT_EQ(part(data.xyz, 3, i), there ? (std::vector<float>{1, 2, 3}) : std::vector<float>(3));
+    EXPECT_EQ(part(data.ijk, 3, i), there ? (std::vector<float>{4, 5, 6}) : std::vector<float>(3));
+    EXPECT_EQ(part(data.rgba, 4, i), std::vector<float>(4, there ? 1.0F : 0.0F));
+    if (data.hasflags) {
+      EXPECT_EQ(data.flags[i], there ? 9 : 0);
+    }
+    if (data.hastexcoord) {
+      EXPECT_EQ(part(data.uv, 2, i),
+                there ? (std::vector<float>{0.5F, 0.25F}) : std::vector<float>(2));
+    }
   }
 }
 

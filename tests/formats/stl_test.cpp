@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -99,6 +100,23 @@ TEST(BinaryStl, reads_from_any_position_of_the_stream) {
   EXPECT_EQ(mesh.face.real_num, 2);
 }
 
+// How many descriptors the process holds.
+int open_files() {
+  int n = 0;
+  for (int i = 0; i < 1024; ++i) n += fcntl(i, F_GETFD) != -1 ? 1 : 0;
+  return n;
+}
+
+TEST(BinaryStl, closes_the_stream_that_it_has_read) {
+  const int before = open_files();
+  Mesh_M::Mesh mesh;
+  EXPECT_EQ(read(mesh, binary_stl(two_facets())), 0);
+  EXPECT_EQ(open_files(), before);
+  Mesh_M::Mesh cut_short;
+  EXPECT_EQ(read(cut_short, binary_stl(two_facets()).substr(0, 100)), 0);
+  EXPECT_EQ(open_files(), before);
+}
+
 TEST(BinaryStl, refuses_a_count_below_1_and_leaves_the_stream_open) {
   for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
     std::string bytes(80, ' ');
@@ -174,6 +192,10 @@ TEST(BinaryStl, finite_facets_load_as_they_would_without_the_others) {
   dirty.points.push_back({0, kInfinity, 0});
   const int bad = static_cast<int>(clean.points.size());
   dirty.points.push_back({900, 900, 900});
+  // The bad corner first, second and third, and the far one beside it: none of them counts.
+  dirty.triangles.insert(dirty.triangles.begin() + 20, {bad + 2, 1, bad});
+  dirty.triangles.insert(dirty.triangles.begin() + 21, {1, bad, bad + 2});
+  dirty.triangles.insert(dirty.triangles.begin() + 22, {bad + 1, bad + 2, 1});
   dirty.triangles.insert(dirty.triangles.begin(), {bad, 1, 2});
   dirty.triangles.insert(dirty.triangles.begin() + 9, {bad + 2, bad + 1, bad});
   dirty.triangles.push_back({bad, bad, bad + 1});
@@ -182,6 +204,9 @@ TEST(BinaryStl, finite_facets_load_as_they_would_without_the_others) {
   EXPECT_EQ(read(a, binary_stl(clean)), 0);
   EXPECT_EQ(read(b, binary_stl(dirty)), 0);
   EXPECT_EQ(a.center.x, b.center.x);
+  EXPECT_EQ(a.center.y, b.center.y);
+  EXPECT_EQ(a.center.z, b.center.z);
+  EXPECT_EQ(a.oct.root->half, b.oct.root->half);
   ASSERT_EQ(a.vertex.get_vertnum(), b.vertex.get_vertnum());
   ASSERT_EQ(a.face.get_facenum(), b.face.get_facenum());
   for (int i = 0; i < a.vertex.get_vertnum(); ++i) {

@@ -242,6 +242,7 @@ TEST_F(Patch, RingVerticesKeepTheNormalOfTheLastFaceThatTouchedThem) {
 TEST_F(Patch, FacesTheSameWayAsItsSurroundings) {
   const int first = mesh->face.get_facenum();
   fill();
+  ASSERT_GT(mesh->face.get_facenum(), first);
   for (int i = first; i < mesh->face.get_facenum(); ++i) {
     const _face* const face = mesh->face[i];
     // The corner order, not only the normal, runs counter-clockwise seen from outside.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -149,6 +150,48 @@ TEST(MarkerSurface, marker_without_a_normal_takes_the_plane_of_the_one_before) {
   // With none before it agrees with nobody.
   scanmesh::MarkerSurface fresh(sheet.tree());
   EXPECT_TRUE(fresh.close(sheet.tree().marker_nodes[1], 1.5F).ring.empty());
+}
+
+// The seeds of a round hole in a sheet across the first two axes, or the first and the third;
+// `lean` is how much more the normal lies along the first.
+vector<Vec3f> seeds_of_a_tilted_sheet(bool third, float lean) {
+  Sheet sheet;
+  const auto n = static_cast<float>(std::sqrt(0.5));
+  const test_support::Floats normal =
+      third ? test_support::Floats{n + lean, 0, n} : test_support::Floats{n + lean, n, 0};
+  const auto place = [&](double along, double across) {
+    const double a = along * std::sqrt(0.5) + 0.1;
+    const double b = across + 0.1;
+    return third ? std::array<double, 3>{a, b, 0.2 - a} : std::array<double, 3>{a, 0.2 - a, b};
+  };
+  const auto middle = place(0, 0);
+  sheet.marker(middle[0], middle[1], middle[2], 2, normal);
+  for (double u = -6; u <= 6; u += 0.3) {
+    for (double v = -6; v <= 6; v += 0.3) {
+      if (std::hypot(u, v) < 2) continue;
+      const auto p = place(u, v);
+      sheet.sample(p[0], p[1], p[2], normal);
+    }
+  }
+  scanmesh::MarkerSurface surface(sheet.tree());
+  return surface.close(sheet.tree().marker_nodes[0], 2).seeds;
+}
+
+bool all_near(const vector<Vec3f>& a, const vector<Vec3f>& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!(scanmesh::distance(a[i], b[i]) < 0.02)) return false;
+  }
+  return true;
+}
+
+TEST(MarkerSurface, the_first_axis_wins_a_tie_and_the_third_must_be_the_largest) {
+  for (const bool third : {false, true}) {
+    const vector<Vec3f> tie = seeds_of_a_tilted_sheet(third, 0);
+    ASSERT_GT(tie.size(), 3U);
+    EXPECT_TRUE(all_near(tie, seeds_of_a_tilted_sheet(third, 1e-4F))) << third;
+    EXPECT_FALSE(all_near(tie, seeds_of_a_tilted_sheet(third, -1e-4F))) << third;
+  }
 }
 
 TEST(MarkerSurface, sizes_out_of_proportion_make_no_grid) {

@@ -76,6 +76,7 @@ TEST(BallPivoting, more_tasks_than_edges_change_nothing) {
 TEST(BallPivoting, the_exported_call_makes_the_same_faces) {
   const Cloud cloud = sphere_cloud(600, 21);
   Built expected(cloud, 3);
+  ASSERT_GT(expected.faces().size(), 100U);
   Ball_Pivoting ball;
   ball.init(1);
   auto points = array_of(cloud.points);
@@ -270,6 +271,7 @@ TEST(BallPivoting, can_be_used_again_after_free) {
   const Cloud cloud = wavy_cloud(14, 29);
   Built built(cloud);
   const auto first = built.faces();
+  ASSERT_GT(first.size(), 100U);
   built.ball.free();
   built.ball.init(1);
   built.build(cloud, 2);
@@ -279,6 +281,7 @@ TEST(BallPivoting, can_be_used_again_after_free) {
 
 TEST(BallPivoting, can_be_copied_and_moved) {
   Built built(wavy_cloud(10, 30));
+  ASSERT_GT(built.faces().size(), 50U);
   Ball_Pivoting copy = built.ball;
   EXPECT_EQ(faces_of(copy.face_store, copy.vert_store), built.faces());
   Ball_Pivoting moved = std::move(copy);

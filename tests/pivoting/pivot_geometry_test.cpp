@@ -71,6 +71,43 @@ TEST_F(FindSphere, takes_the_first_radius_that_reaches_the_triangle) {
   EXPECT_EQ(ball_.normal.z, 1);
 }
 
+// Differences, normal and centre are floats, all else is double.
+TEST_F(FindSphere, rounds_as_the_plain_form_does) {
+  test_support::Random random(5);
+  const auto place = [&random] {
+    return Vec3f{random.signed_unit(), random.signed_unit(), 0.2F * random.signed_unit()};
+  };
+  int found = 0;
+  for (int i = 0; i < 2000; ++i) {
+    const _vert p = at(place());
+    const _vert a = at(place());
+    const _vert b = at(place());
+    ball_.r_sq = radius_sq_[0];
+    if (!find(p, a, b)) continue;
+    ++found;
+    const Vec3f u{a.point.x - p.point.x, a.point.y - p.point.y, a.point.z - p.point.z};
+    const Vec3f v{b.point.x - p.point.x, b.point.y - p.point.y, b.point.z - p.point.z};
+    const auto product = [](const Vec3f& s, const Vec3f& t) {
+      return static_cast<double>(s.x) * t.x + static_cast<double>(s.y) * t.y +
+             static_cast<double>(s.z) * t.z;
+    };
+    const double uu = product(u, u);
+    const double vv = product(v, v);
+    const double w = product(u, v);
+    const double d = 2 * (uu * vv - w * w);
+    const double s = (uu * vv - vv * w) / d;
+    const double t = (uu * vv - uu * w) / d;
+    const double centre[3] = {s * u.x + t * v.x, s * u.y + t * v.y, s * u.z + t * v.z};
+    const double circ_sq = centre[0] * centre[0] + centre[1] * centre[1] + centre[2] * centre[2];
+    EXPECT_EQ(ball_.circ_sq, circ_sq) << i;
+    const double height = std::sqrt(ball_.r_sq - circ_sq);
+    EXPECT_EQ(ball_.centre.x, static_cast<float>(p.point.x + centre[0] + ball_.normal.x * height));
+    EXPECT_EQ(ball_.centre.y, static_cast<float>(p.point.y + centre[1] + ball_.normal.y * height));
+    EXPECT_EQ(ball_.centre.z, static_cast<float>(p.point.z + centre[2] + ball_.normal.z * height));
+  }
+  EXPECT_GT(found, 500);
+}
+
 TEST_F(FindSphere, a_small_triangle_stays_at_the_radius_it_came_with) {
   ASSERT_TRUE(find(at({0, 0, 0}), at({0.5F, 0, 0}), at({0, 0.5F, 0})));
   EXPECT_EQ(ball_.r_sq, radius_sq_[0]);

@@ -98,6 +98,15 @@ TEST(FindSeed, the_first_and_the_third_corner_s_normals_are_not_compared) {
   EXPECT_EQ(second.seed(0), nullptr);
 }
 
+TEST(FindSeed, perpendicular_normals_are_not_turned_away) {
+  HandMade scene;
+  scene.add({0, 0, 0});
+  scene.add({1, 0, 0}, {1, 0, 0});
+  scene.add({0, 1.2F, 0}, {0, 0, 1});
+  scene.build(2);
+  EXPECT_NE(scene.seed(0), nullptr);
+}
+
 TEST(FindSeed, inner_vertices_are_no_corners_and_front_ones_are) {
   HandMade scene;
   scene.add({0, 0, 0});
@@ -194,6 +203,13 @@ TEST(FindPlace, skips_inner_vertices_and_those_turned_away) {
   EXPECT_EQ(scene.place(scene.edge), scene.candidate);
   scene.candidate->vector = {0.8F, 0, -0.6F};
   EXPECT_EQ(scene.place(scene.edge), nullptr);
+}
+
+TEST(FindPlace, perpendicular_normals_are_not_turned_away) {
+  Pivot scene({0.5F, -0.8F, 0});
+  scene.build(4);
+  scene.edge->vert[0]->vector = {1, 0, 0};
+  EXPECT_EQ(scene.place(scene.edge), scene.candidate);
 }
 
 TEST(FindPlace, ends_at_the_first_candidate_out_of_reach) {

@@ -305,6 +305,10 @@ TEST(StaticKdTree, cuts_the_longest_box_in_the_middle) {
   EXPECT_EQ(root.divfeat, 0);
   EXPECT_EQ(root.divlow, 5);
   EXPECT_EQ(root.divhigh, 6);
+  // The first of equally long ones.
+  TreeInput cube(grid_points(4));
+  build(tree, cube);
+  EXPECT_EQ(tree.index->nodes[0].divfeat, 0);
   // All equal: the halves.
   TreeInput same(std::vector<Vec3f>(15, Vec3f{2, 2, 2}));
   build(tree, same);

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -222,20 +224,46 @@ TEST(Stitching, a_closed_mesh_comes_back_with_its_tags_cleared) {
   ball.free();
 }
 
-TEST(Stitching, by_copy_clears_tags_and_in_place_keeps_them) {
-  const auto tags = [](Mesh& mesh) {
-    int n = 0;
-    for (int i = 0; i < mesh.vertex.get_vertnum(); ++i) {
-      const Mesh_R::_vert& v = *mesh.vertex[i];
-      n += v.state != Mesh_R::kStateDeleted && v.tag != 0;
-    }
-    return n;
-  };
+// The tags of all live vertices by place; several at one place are joined.
+std::map<std::array<float, 3>, int> tags_by_place(Mesh& mesh) {
+  std::map<std::array<float, 3>, int> tags;
+  for (int i = 0; i < mesh.vertex.get_vertnum(); ++i) {
+    const Mesh_R::_vert& v = *mesh.vertex[i];
+    if (v.state != Mesh_R::kStateDeleted) tags[{v.point.x, v.point.y, v.point.z}] |= v.tag;
+  }
+  return tags;
+}
+
+TEST(Stitching, by_copy_clears_tags_and_the_other_forms_keep_every_one) {
   for (const int form : {0, 1, 2}) {
     const auto mesh = seam_mesh(4, 1.5F, 8);
+    const auto before = tags_by_place(*mesh);
+    Mesh target;
+    const auto after = tags_by_place(stitched(form, *mesh, target));
+    std::size_t tagged = 0;
+    for (const auto& [place, tag] : before) {
+      tagged += tag != 0 ? 1 : 0;
+      const auto found = after.find(place);
+      ASSERT_NE(found, after.end());
+      EXPECT_EQ(found->second, form == 0 ? 0 : tag) << form;
+    }
+    EXPECT_GT(tagged, 100U);
+  }
+}
+
+TEST(Stitching, frees_the_rings_of_the_mesh_whose_stores_it_frees) {
+  for (const int form : {0, 2}) {
+    const auto mesh = seam_mesh(4, 1.5F, 9);
+    mesh->build_hole();
+    ASSERT_GT(mesh->get_hole_num(), 0);
+    mesh->fill_hole_No(0, 0.5F);
     Mesh target;
     Mesh& result = stitched(form, *mesh, target);
-    EXPECT_EQ(tags(result) == 0, form == 0);
+    EXPECT_EQ(mesh->get_hole_num(), 0) << form;
+    EXPECT_EQ(mesh->hole.holes.block, nullptr) << form;
+    EXPECT_EQ(mesh->hole.last_hole, nullptr) << form;
+    mesh->Revoked_fill_hole();
+    EXPECT_TRUE(adjacency_holds(result));
   }
 }
 

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "core/vector_math.h"
 #include "scanmesh/mesh.h"
 #include "tests/support/invariants.h"
 #include "tests/support/shapes.h"
@@ -159,6 +161,32 @@ TEST(EdgeArea, is_invalid_between_two_faces_on_the_same_corners) {
   EXPECT_EQ(mesh->Mesh_Swap_Value(edge), -1.0);
 }
 
+TEST(EdgeArea, is_invalid_where_either_face_was_deleted_by_hand) {
+  for (const int side : {0, 1}) {
+    const auto mesh = flat_grid(4, 1).mesh();
+    _edge* const edge = edge_of(mesh->vertex[6], mesh->vertex[12]);
+    ASSERT_EQ(scanmesh::make_edge_area(edge).invalid, 0);
+    edge->face[side]->state = Mesh_R::kStateDeleted;
+    EXPECT_EQ(scanmesh::make_edge_area(edge).invalid, 1) << side;
+  }
+}
+
+TEST(EdgeArea, is_invalid_where_a_face_around_adds_no_corner) {
+  for (int side = 0; side < 4; ++side) {
+    const auto mesh = flat_grid(4, 1).mesh();
+    _edge* const edge = edge_of(mesh->vertex[6], mesh->vertex[12]);
+    const fmx::edge_area area = scanmesh::make_edge_area(edge);
+    ASSERT_EQ(area.invalid, 0);
+    const _edge* const sides[4] = {area.da, area.db, area.ca, area.cb};
+    _vert* const corners[4] = {area.p, area.q, area.r, area.s};
+    const _face* const own = side < 2 ? area.face1 : area.face0;
+    _face* const outer = sides[side]->face[0] == own ? sides[side]->face[1] : sides[side]->face[0];
+    // A file can give a face a corner twice.
+    std::replace(outer->vert, outer->vert + 3, corners[side], sides[side]->vert[0]);
+    EXPECT_EQ(scanmesh::make_edge_area(edge).invalid, 1) << side;
+  }
+}
+
 TEST(SwapValue, of_both_forms_agree_and_are_twice_the_gain_in_bending) {
   const auto mesh = wavy(12).mesh();
   int valid = 0;
@@ -203,6 +231,14 @@ TEST(SwapEdge, turns_the_edge_and_keeps_every_rule) {
     for (const _face* face : {area.face0, area.face1}) {
       EXPECT_EQ(std::count(face->vert, face->vert + 3, area.c), 1);
       EXPECT_EQ(std::count(face->vert, face->vert + 3, area.d), 1);
+      const Vec3f normal =
+          scanmesh::unit_normal(face->vert[0]->point, face->vert[1]->point, face->vert[2]->point);
+      EXPECT_NEAR(scanmesh::dot(normal, face->vector), 1, 1e-5);
+    }
+    for (_vert* corner : {area.a, area.b, area.c, area.d}) {
+      const Vec3f normal = corner->vector;
+      mesh->vertex.R_cal_vector(corner);
+      EXPECT_TRUE(same_bits(corner->vector, normal));
     }
     ASSERT_TRUE(adjacency_holds(*mesh)) << i;
     ++flips;

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <vector>
 
 #include "core/platform.h"
@@ -182,6 +183,74 @@ TEST(LoopStep1, agrees_with_the_plain_rules_on_an_irregular_patch) {
     mesh->face.dele_face(mesh->face[40]);
     expect_same(subdivided(*mesh), PlainLoop(*mesh).facets);
   }
+}
+
+TEST(LoopStep1, a_right_angle_among_frozen_corners_is_neither_obtuse_nor_acute) {
+  const Vec3f corner[3] = {{0, 0, 0}, {4, 0, 0}, {0, 2, 0}};
+  for (std::size_t first = 0; first < 3; ++first) {
+    // The right angle at corner 0, 2, 1.
+    const Soup soup{{corner[first], corner[(first + 1) % 3], corner[(first + 2) % 3]},
+                    {{{0, 1, 2}}}};
+    const auto mesh = soup.mesh();
+    for (int i = 0; i < 3; ++i) mesh->vertex[i]->state = Mesh_R::kStateHighCurvature;
+    const std::vector<Facet> facets = subdivided(*mesh);
+    ASSERT_EQ(facets.size(), 4U);
+    const Vec3f& last = soup.points[2];
+    const auto at_last = std::count_if(facets.begin(), facets.end(), [&](const Facet& f) {
+      return near(f.corner[0], last) || near(f.corner[1], last) || near(f.corner[2], last);
+    });
+    // Three of the acute form end at corner 2; of the default form, as at a right angle there, one.
+    EXPECT_EQ(at_last, first == 1 ? 1 : 2) << first;
+    expect_same(facets, PlainLoop(*mesh).facets);
+  }
+}
+
+// Sums and weights in double, rounded to float once, in the order of the lists.
+Vec3f rounded_inner_point(const _vert& v) {
+  const int n = v.edge_num;
+  const double inner = 0.375 + 0.25 * std::cos(6.2831852 / n);
+  const double beta = (0.625 - inner * inner) / n;
+  P ends;
+  for (int i = 0; i < n; ++i) {
+    ends = ends + P(v.edge[i]->vert[0]->point);
+    ends = ends + P(v.edge[i]->vert[1]->point);
+  }
+  return (P(v.point) * (1.0 - 2.0 * n * beta) + ends * beta).f();
+}
+
+Vec3f rounded_edge_point(const _edge& e) {
+  P sum;
+  for (int i = 0; i < 2; ++i) {
+    for (const _vert* corner : e.face[i]->vert) sum = sum + P(corner->point) * 0.125;
+  }
+  return (sum + P(e.vert[0]->point) * 0.125 + P(e.vert[1]->point) * 0.125).f();
+}
+
+TEST(LoopStep1, rounds_once) {
+  const auto mesh = irregular_patch(14, 9).mesh();
+  std::set<std::array<float, 3>> made;
+  for (const Facet& f : subdivided(*mesh)) {
+    for (const Vec3f& c : f.corner) made.insert({c.x, c.y, c.z});
+  }
+  int inner = 0;
+  for (int i = 0; i < mesh->vertex.get_vertnum(); ++i) {
+    const _vert& v = *mesh->vertex[i];
+    const bool closed =
+        std::all_of(v.edge, v.edge + v.edge_num, [](const _edge* e) { return e->face_num == 2; });
+    if (v.face_num == 0 || !closed) continue;
+    const Vec3f p = rounded_inner_point(v);
+    EXPECT_EQ(made.count({p.x, p.y, p.z}), 1U) << i;
+    ++inner;
+  }
+  EXPECT_GT(inner, 80);
+  int edges = 0;
+  for (int i = 0; i < mesh->edge.get_edgenum(); ++i) {
+    if (mesh->edge[i]->face_num != 2) continue;
+    const Vec3f p = rounded_edge_point(*mesh->edge[i]);
+    EXPECT_EQ(made.count({p.x, p.y, p.z}), 1U) << i;
+    ++edges;
+  }
+  EXPECT_GT(edges, 300);
 }
 
 TEST(LoopStep1, takes_the_first_two_of_many_border_edges_and_faces) {

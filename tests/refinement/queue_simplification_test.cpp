@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <set>
@@ -388,6 +389,52 @@ TEST(Simplify, a_limit_sets_the_cap_by_the_rising_threshold) {
   EXPECT_LE(cap_of(INFINITY), 10000);
 }
 
+// A closed shape times a factor, one iteration long.
+EdgeCollapse scaled_shape(double factor) {
+  EdgeCollapse work = collapse_of(test_support::noisy(test_support::sphere(1, 1), 0.05F, 3));
+  for (auto& v : work.verts) v.pos = v.pos * factor;
+  return work;
+}
+
+bool collapses_at_once(double factor) {
+  EdgeCollapse work = scaled_shape(factor);
+  const std::size_t before = work.tris.size();
+  // Between the thresholds of the first and of the second iteration.
+  const double limit = (5e-8 - 1e-5) / 0.000634375 * 0.01;
+  EXPECT_EQ(scanmesh::iteration_cap(&limit), 1);
+  testing::internal::CaptureStdout();
+  work.run(static_cast<int>(before) - 1, 3.0, &limit);
+  testing::internal::GetCapturedStdout();
+  return work.tris.size() < before;
+}
+
+double least_error_of(double factor) {
+  EdgeCollapse work = scaled_shape(factor);
+  work.refresh(0);
+  double least = INFINITY;
+  for (const auto& tri : work.tris) {
+    for (int j = 0; j < 3; ++j) {
+      Vec3d point{0, 0, 0};
+      least = std::min(least, work.edge_error(tri.vid[j], tri.vid[(j + 1) % 3], point));
+    }
+  }
+  return least;
+}
+
+TEST(Simplify, the_threshold_is_a_double) {
+  double low = 1e-6;
+  double high = 10;
+  ASSERT_TRUE(collapses_at_once(low));
+  ASSERT_FALSE(collapses_at_once(high));
+  for (int i = 0; i < 60; ++i) {
+    const double middle = (low + high) / 2;
+    (collapses_at_once(middle) ? low : high) = middle;
+  }
+  const double threshold = 0.000000001 * std::pow(3.0, 3.1);
+  EXPECT_NEAR(least_error_of(low) / threshold, 1, 1e-11);
+  EXPECT_GT(std::fabs(static_cast<float>(threshold) / threshold - 1), 1e-9);
+}
+
 TEST(Simplify, with_cap_0_the_mesh_is_only_compacted_and_rebuilt) {
   auto mesh = test_support::flat_grid(3, 1).mesh();
   double limit = -1.0;
@@ -410,65 +457,35 @@ TEST(Simplify, a_limit_keeps_the_surface_close) {
   }
 }
 
+// One face in sixteen gets two neighbours without area, to a second point at the place of a corner.
 TEST(Simplify, a_triangle_without_area_does_not_spoil_its_neighbours) {
   Soup soup = test_support::noisy(test_support::sphere(4, 10), 0.01F, 8);
-  soup.points.push_back({20, 0, 0});
-  soup.points.push_back({21, 0, 0});
-  soup.points.push_back({22, 0, 0});
-  const int n = static_cast<int>(soup.points.size());
-  soup.triangles.push_back({n - 3, n - 2, n - 1});
-  soup.triangles.push_back({0, 0, 5});
-  auto mesh = soup.mesh();
-  mesh->Mesh_simplify(500, true);
-  EXPECT_LE(mesh->face.real_num, 500);
-}
-
-TEST(Simplify, tears_no_hole_where_flat_faces_collapse_onto_one_corner) {
-  Soup soup = test_support::sphere(2, 30);
-  for (int level = 0; level < 3; ++level) {
-    Soup finer;
-    finer.points = soup.points;
-    std::map<std::pair<int, int>, int> middle;
-    for (const auto& t : soup.triangles) {
-      int m[3];
-      for (int j = 0; j < 3; ++j) {
-        const auto key =
-            std::minmax(t[static_cast<std::size_t>(j)], t[static_cast<std::size_t>((j + 1) % 3)]);
-        const auto found = middle.find(key);
-        if (found == middle.end()) {
-          const auto& a = finer.points[static_cast<std::size_t>(key.first)];
-          const auto& b = finer.points[static_cast<std::size_t>(key.second)];
-          finer.points.push_back({(a.x + b.x) / 2, (a.y + b.y) / 2, (a.z + b.z) / 2});
-          m[j] = static_cast<int>(finer.points.size()) - 1;
-          middle[key] = m[j];
-        } else {
-          m[j] = found->second;
-        }
-      }
-      finer.triangles.push_back({t[0], m[0], m[2]});
-      finer.triangles.push_back({m[0], t[1], m[1]});
-      finer.triangles.push_back({m[2], m[1], t[2]});
-      finer.triangles.push_back({m[0], m[1], m[2]});
+  const std::size_t faces = soup.triangles.size();
+  std::size_t flat = 0;
+  for (std::size_t i = 0; i < faces; i += 16) {
+    const auto t = soup.triangles[i];
+    const auto at = soup.points[static_cast<std::size_t>(t[0])];
+    soup.points.push_back(at);
+    const int n = static_cast<int>(soup.points.size()) - 1;
+    soup.triangles[i] = {n, t[1], t[2]};
+    soup.triangles.push_back({t[0], n, t[2]});
+    soup.triangles.push_back({t[0], t[1], n});
+    flat += 2;
+  }
+  EdgeCollapse work = collapse_of(soup);
+  const std::size_t before = work.tris.size();
+  ASSERT_EQ(before, faces + flat);
+  testing::internal::CaptureStdout();
+  work.run(500, 3.0, nullptr);
+  testing::internal::GetCapturedStdout();
+  EXPECT_LE(work.tris.size(), 500U);
+  EXPECT_GT(work.tris.size(), 490U);
+  for (const auto& tri : work.tris) {
+    for (const int id : tri.vid) {
+      const Vec3d& p = work.verts[static_cast<std::size_t>(id)].pos;
+      EXPECT_NEAR(std::sqrt(scanmesh::dot(p, p)), 10, 0.6);
     }
-    soup = finer;
   }
-  auto mesh = soup.mesh();
-  mesh->Mesh_simplify(mesh->face.real_num / 10, true);
-  EXPECT_EQ(open_edges(*mesh), 0);
-}
-
-TEST(FaceEdgeNumbers, are_those_of_the_store_and_minus_1_for_a_deleted_face) {
-  auto mesh = test_support::flat_grid(2, 1).mesh();
-  mesh->face.dele_face(mesh->face[2]);
-  std::vector<int> out(24, -9);
-  mesh->cal_face_eno(out.data(), 1, 4);
-  EXPECT_EQ(out[0], -9);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(out[static_cast<std::size_t>(3 + i)], mesh->edge.get_edge_no(mesh->face[1]->edge[i]));
-  }
-  EXPECT_EQ(out[6], -1);
-  EXPECT_EQ(out[7], -9);
-  EXPECT_EQ(out[12], -9);
 }
 
 }  // namespace

@@ -38,14 +38,46 @@ TEST(ShortEdges, below_055_of_the_resolution_go_to_their_middle) {
     const auto mesh = grid_with_short_edge(distance);
     mesh->setResolutionParam({1.0F, 0.25F, false});
     const int faces = mesh->face.real_num;
+    const _edge* const edge = mesh->vertex.find_edge(mesh->vertex[24], mesh->vertex[25]);
+    ASSERT_NE(edge, nullptr);
+    ASSERT_EQ(edge->vert[0]->face_num, edge->vert[1]->face_num);
+    const _vert* const keep = edge->vert[0];
+    const _vert* const gone = edge->vert[1];
     mesh->collapse_short_edges();
     EXPECT_TRUE(adjacency_holds(*mesh));
     EXPECT_EQ(mesh->face.real_num, is_short ? faces - 2 : faces);
     EXPECT_EQ(live_vertices(*mesh), is_short ? 48 : 49);
     if (!is_short) continue;
     // Both ends have six faces: the first end stays, in the middle.
-    const bool first_stays = mesh->vertex[24]->state != Mesh_R::kStateDeleted;
-    EXPECT_EQ(mesh->vertex[first_stays ? 24 : 25]->point.x, 3.75F);
+    EXPECT_NE(keep->state, Mesh_R::kStateDeleted);
+    EXPECT_EQ(gone->state, Mesh_R::kStateDeleted);
+    EXPECT_EQ(keep->point.x, 3.75F);
+  }
+}
+
+// Two faces on one edge along an axis, from -0.25 to `end`; how many are left.
+int faces_left(int axis, float end, float resolution) {
+  const auto turned = [axis](float a, float b) {
+    const float c[3] = {axis == 0 ? a : b, axis == 1 ? a : (axis == 0 ? b : 0), axis == 2 ? a : 0};
+    return Vec3f{c[0], c[1], c[2]};
+  };
+  const Soup soup{{turned(-0.25F, 0), turned(end, 0), turned(0, 5), turned(0, -5)},
+                  {{{0, 1, 2}}, {{1, 0, 3}}}};
+  const auto mesh = soup.mesh();
+  mesh->setResolutionParam({resolution, 0, false});
+  mesh->collapse_short_edges();
+  return mesh->face.real_num;
+}
+
+TEST(ShortEdges, an_edge_of_exactly_the_limit_stays_and_one_a_hair_shorter_goes) {
+  const float resolution = 0.90909094F;
+  ASSERT_EQ(static_cast<float>(0.55 * resolution), 0.5F);
+  for (const int axis : {0, 1, 2}) {
+    EXPECT_EQ(faces_left(axis, 0.25F, resolution), 2) << axis;
+    // The difference rounds to 0.5 in float, and is below it in double.
+    const float hair = std::nextafterf(0.25F, 0.0F);
+    ASSERT_EQ(hair + 0.25F, 0.5F);
+    EXPECT_EQ(faces_left(axis, hair, resolution), 0) << axis;
   }
 }
 

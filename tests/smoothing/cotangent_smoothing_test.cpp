@@ -279,6 +279,17 @@ TEST(TaubinBorder, moves_border_vertices_and_no_others) {
   EXPECT_EQ(reports.counts, std::vector<int>(10, 20));
 }
 
+TEST(TaubinBorder, edges_with_three_faces_are_border) {
+  const auto mesh = three_sheets(1).mesh();
+  const auto plain = three_sheets(1).mesh();
+  std::vector<_vert*> rim;
+  for (int i = 0; i < 8; ++i) rim.push_back(plain->vertex[i]);
+  plain_area(rim, 10);
+  mesh->Mesh_Taubin_Smooth_Border();
+  EXPECT_TRUE(identical(snapshot(*mesh), snapshot(*plain)));
+  EXPECT_FALSE(identical(points_of(*mesh), points_of(*three_sheets(1).mesh())));
+}
+
 TEST(TaubinBorder, deleted_vertex_at_a_live_border_edge_is_left_with_minus_three) {
   const auto mesh = flat_grid(3, 1).mesh();
   mesh->vertex.dele_vert(mesh->vertex[1]);

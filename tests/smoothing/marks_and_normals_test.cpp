@@ -27,6 +27,12 @@ TEST(TabBorder, marks_the_ends_of_edges_without_two_faces) {
   }
 }
 
+TEST(TabBorder, marks_the_ends_of_edges_with_three_faces_where_none_is_open) {
+  const auto mesh = three_sheets(1).mesh();
+  MeshAccess::tab_border(*mesh, 10);
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(mesh->vertex[i]->state, i < 8 ? 10 : 8) << i;
+}
+
 TEST(TabBorder, deleted_edges_mark_nothing) {
   const auto mesh = single_triangle().mesh();
   for (int i = 0; i < 3; ++i) mesh->edge[i]->state = Mesh_R::kStateDeleted;

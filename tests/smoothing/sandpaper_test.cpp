@@ -106,6 +106,20 @@ TEST(Sandpaper, id_without_a_vertex_changes_nothing) {
   EXPECT_TRUE(sanding.result.empty());
 }
 
+#if defined(NDEBUG)  // asserted otherwise
+TEST(Sandpaper, no_id_changes_nothing) {
+  const auto mesh = irregular_patch(8, 3).mesh();
+  const Snapshot before = snapshot(*mesh);
+  std::vector<int> none;
+  std::vector<std::pair<float[3], float[3]>> result;
+  std::vector<bool> done;
+  mesh->sandpaper(Mesh_M::Mesh::sandpaper_average, Mesh_M::Mesh::smooth_strong, none, 0, result,
+                  done);
+  EXPECT_TRUE(identical(snapshot(*mesh), before));
+  EXPECT_TRUE(result.empty());
+}
+#endif
+
 TEST(Sandpaper, deleted_edges_do_not_pull) {
   const auto mesh = flat_grid(2, 1).mesh();
   Sanding sanding(*mesh);

@@ -131,6 +131,22 @@ inline Soup sphere(int depth, float radius) {
   return soup;
 }
 
+// Three pointed sheets over a common rim of eight points: each edge of the rim has three faces, and
+// no edge has one. Points 0 to 7 are the rim, the last three the tips.
+inline Soup three_sheets(float height) {
+  Soup soup;
+  for (int i = 0; i < 8; ++i) {
+    const double t = 6.283185307179586 * i / 8;
+    soup.points.push_back({static_cast<float>(2 * std::cos(t)), static_cast<float>(2 * std::sin(t)),
+                           i % 2 == 0 ? 0.5F : 0.0F});
+  }
+  for (int sheet = 0; sheet < 3; ++sheet) {
+    soup.points.push_back({0.25F, 0, height * static_cast<float>(sheet - 1)});
+    for (int i = 0; i < 8; ++i) soup.triangles.push_back({i, (i + 1) % 8, 8 + sheet});
+  }
+  return soup;
+}
+
 // Moves every point by up to `amount` on each axis.
 inline Soup noisy(Soup soup, float amount, uint64_t seed) {
   Random random(seed);

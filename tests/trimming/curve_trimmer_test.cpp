@@ -189,6 +189,8 @@ TEST(CurveTrimmer, gives_the_same_in_any_order_of_its_tasks) {
   std::size_t i = 0;
   for (const auto& [shape, entry] : shapes.all()) {
     const ModifyFaceData wanted = plain(*shape, curves[i++], flat, {true, 1.5});
+    ASSERT_GT(wanted.parents.size(), 100U);
+    ASSERT_GT(wanted.deleted.size(), 100U);
     for (int round = 0; round < 10; ++round) {
       ModifyFaceData data;
       ASSERT_EQ(trim(entry, *shape, flat, data, 1.5F, true), 0);

@@ -74,6 +74,15 @@ TEST(CircleTable, splits_two_outside_and_one_inside_along_the_shorter_diagonal) 
   EXPECT_TRUE(is_at(fourth[0], 7, 0) && is_at(fourth[1], 5, 0) && is_at(fourth[2], 0, 5));
 }
 
+TEST(CircleTable, splits_a_quad_of_equal_diagonals_from_the_first_corner_behind_the_inner_one) {
+  const Result r = cut(Upright().circle, {0, 0, 0}, {10, 0, 0}, {0, 10, 0});
+  ASSERT_EQ(r.pieces.size(), 2U);
+  const auto& first = r.pieces[0].corner;
+  EXPECT_TRUE(is_at(first[0], 10, 0) && is_at(first[1], 0, 10) && is_at(first[2], 0, 5));
+  const auto& second = r.pieces[1].corner;
+  EXPECT_TRUE(is_at(second[0], 10, 0) && is_at(second[1], 5, 0) && is_at(second[2], 0, 5));
+}
+
 TEST(CircleTable, keeps_one_outside_and_two_on_the_curve_but_hangs_a_wall_there) {
   const Result bare = cut(Upright().circle, {5, 0, 0}, {6, 6, 0}, {0, 5, 0});
   EXPECT_EQ(bare.fate, FaceFate::kKept);
@@ -141,6 +150,8 @@ TEST(CircleTable, keeps_a_triangle_around_a_circle) {
 
 TEST(FaceCut, lifts_crossings_along_the_axis_to_the_triangle) {
   const Result r = cut(Upright().circle, {0, 0, 1}, {10, 0, 3}, {0, 10, 7});
+  EXPECT_EQ(r.fate, FaceFate::kReplaced);
+  ASSERT_EQ(r.pieces.size(), 2U);
   for (const CutTriangle& t : r.pieces) {
     for (const Vec3f& p : t.corner) EXPECT_NEAR(p.z, 1 + 0.2 * p.x + 0.6 * p.y, 1e-5);
   }
@@ -158,6 +169,7 @@ TEST(FaceCut, cuts_a_face_seen_edge_on_by_the_same_rule) {
   }
   const Result square = cut(Upright().rectangle, {0, 3, 0}, {8, 3, 0}, {8, 3, 4});
   EXPECT_EQ(square.fate, FaceFate::kReplaced);
+  ASSERT_FALSE(square.pieces.empty());
   for (const CutTriangle& t : square.pieces) {
     for (const Vec3f& p : t.corner) EXPECT_TRUE(scanmesh::finite(p));
   }

@@ -148,4 +148,14 @@ TEST(CornerWeights, make_up_the_point) {
   EXPECT_FALSE(scanmesh::corner_weights({0, 0}, {4, 0}, {2, 0}, {1, 0}, w));
 }
 
+TEST(SegmentOval, may_end_exactly_on_the_curve) {
+  double t = -1;
+  EXPECT_EQ(scanmesh::segment_oval({10, 0}, {5, 0}, 3, 2, t), 1);
+  EXPECT_EQ(t, 1);
+  EXPECT_EQ(scanmesh::segment_oval({-10, 0}, {-5, 0}, 3, 2, t), 0);
+  EXPECT_EQ(t, 1);
+  EXPECT_EQ(scanmesh::segment_oval({1, 4}, {1, 2}, 3, 2, t), 2);
+  EXPECT_EQ(t, 1);
+}
+
 }  // namespace

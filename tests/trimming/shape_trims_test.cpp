@@ -118,7 +118,10 @@ TEST(TrimWithRectangle, takes_away_all_that_was_inside) {
 
 TEST(TrimWithCircle, faces_of_the_rim_keep_their_side) {
   const auto mesh = sheet(80, 0.5F, 0.4F, 0.15F).mesh();
+  const int first = mesh->face.get_facenum();
   cut_circle(*mesh, 5, 6.5F);
+  expect_rim_on(*mesh, {}, 5, [](const scanmesh::Point2& p) { return off_circle(p, 5); });
+  EXPECT_GT(mesh->face.get_facenum(), first + 100);
   for (const Mesh_R::_face* f : live_faces(*mesh)) {
     const Vec3f turn =
         scanmesh::corner_cross(f->vert[0]->point, f->vert[1]->point, f->vert[2]->point);
@@ -197,11 +200,14 @@ TEST(TrimWithCircle, short_forms_cut_without_a_wall) {
   const auto mesh = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
   const auto same = sheet(60, 0.5F, 0.4F, 0.1F).mesh();
   mesh->trimWithCircle({4}, {5.5F}, 0.5F, {0, 0, 0}, {0, 0, 1});
+  expect_rim_on(*mesh, {}, 4, [](const scanmesh::Point2& p) { return off_circle(p, 4); });
   cut_circle(*same, 4, 5.5F);
   EXPECT_TRUE(geometry(*mesh) == geometry(*same));
   mesh->trimWithOval({3}, {2}, {5}, 0.5F, {8, 8, 0}, {0, 0, 1}, {1, 0, 0});
   Opening o;
   o.centre = {8, 8, 0};
+  expect_rim_on(*mesh, o, 3, [](const scanmesh::Point2& p) { return off_slot(p, 3, 2); });
+  EXPECT_EQ(open_rings(*mesh).size(), 3U);
   cut_slot(*same, 3, 2, 5, o);
   EXPECT_TRUE(geometry(*mesh) == geometry(*same));
 }
