@@ -24,7 +24,7 @@ check_tidy() {
     -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
   # Findings are reported; those that the configuration calls errors fail the check.
   sources 'core/*.cpp' 'formats/*.cpp' 'smoothing/*.cpp' 'refinement/*.cpp' 'holes/*.cpp' \
-    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'examples/*.cpp' |
+    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'toolkit/*.cpp' 'examples/*.cpp' |
     xargs -r -n 4 -P "$jobs" clang-tidy --quiet -p "$build" 2> >(grep -v 'warnings generated' >&2)
 }
 
@@ -67,10 +67,15 @@ check_tour() {
 check_windows() {
   echo "== windows"
   "$root/scripts/setup.sh" --windows
+  # Libraries of headers alone, without the rest of this system's headers.
+  local headers=$builds/windows-headers
+  mkdir -p "$headers"
+  ln -sfn /usr/include/boost "$headers/boost"
+  ln -sfn /usr/include/nlohmann "$headers/nlohmann"
   sources 'core/*.cpp' 'formats/*.cpp' 'smoothing/*.cpp' 'refinement/*.cpp' 'holes/*.cpp' \
-    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' |
+    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'toolkit/*.cpp' |
     xargs -r -n 1 -P "$jobs" x86_64-w64-mingw32-g++-posix -std=c++17 -fsyntax-only -fopenmp \
-      -DSCANMESH_BUILDING -Iinclude -I. -isystem /usr/include/eigen3
+      -DSCANMESH_BUILDING -DSCANMESH_TOOLKIT_BUILDING -Iinclude -I. -isystem /usr/include/eigen3 -isystem "$headers"
 }
 
 [[ $# -eq 0 ]] && set -- format tidy tests threads docs fuzz tour windows

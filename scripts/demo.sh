@@ -31,7 +31,7 @@ if [[ ${#files[@]} -gt 0 && ! -r ${files[0]} ]]; then
 fi
 
 setup=()
-targets=(make_scan repair_scan smooth_scan)
+targets=(make_scan repair_scan smooth_scan repair)
 extra=()
 truth=()
 if [[ $report == yes ]]; then
@@ -68,9 +68,14 @@ else
   echo
   "$build/examples/smooth_scan" "$result" "$smoothed" bilateral
 fi
+# The toolkit's own repair of the same scan, in one call, judged by its report.
+healthy=${result%.stl}_healthy.stl
+echo
+"$build/examples/repair" "$scan" "$healthy" || [[ $? -eq 1 ]]
 echo
 echo "Scan:     $scan"
 echo "Repaired: $result"
+echo "Healthy:  $healthy"
 [[ -z ${smoothed:-} ]] || echo "Smoothed: $smoothed"
 
 if [[ $report == yes ]]; then

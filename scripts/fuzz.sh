@@ -9,7 +9,8 @@ build=${SCANMESH_BUILD_ROOT:-$root/build}/fuzz
 seconds=${1:-60}
 shift $(($# > 0 ? 1 : 0))
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(binary_stl ascii_stl ply_header ply_body mesh_operations openings)
+[[ ${#targets[@]} -gt 0 ]] || targets=(binary_stl ascii_stl ply_header ply_body mesh_operations openings
+  mesh_file repair)
 
 "$root/scripts/setup.sh" --check
 mkdir -p "$build"

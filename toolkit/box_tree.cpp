@@ -21,10 +21,6 @@ float rounded_up(double value) {
   return -rounded_down(-value);
 }
 
-float middle(const FloatBox& box, std::size_t axis) {
-  return box.min[axis] + box.max[axis];
-}
-
 // How many nodes the trees over n and over n + 1 items have: the shape depends on the count alone,
 // so that subtrees can be built side by side. Halves of both are among n / 2 and n / 2 + 1.
 std::pair<std::int32_t, std::int32_t> node_counts(std::int32_t n) {
@@ -39,24 +35,62 @@ std::int32_t node_count(std::int32_t items) {
   return node_counts(items).first;
 }
 
-std::size_t longest_axis(const std::vector<std::pair<FloatBox, std::int32_t>>& entries,
-                         std::int32_t begin, std::int32_t end) {
-  std::array<float, 3> low;
-  std::array<float, 3> high;
-  low.fill(std::numeric_limits<float>::infinity());
-  high.fill(-std::numeric_limits<float>::infinity());
-  for (std::int32_t i = begin; i < end; ++i) {
+// The bits of a 21-bit number, two zeros after each.
+std::uint64_t spread(std::uint64_t bits) {
+  bits = (bits | bits << 32) & 0x1f00000000ffffULL;
+  bits = (bits | bits << 16) & 0x1f0000ff0000ffULL;
+  bits = (bits | bits << 8) & 0x100f00f00f00f00fULL;
+  bits = (bits | bits << 4) & 0x10c30c30c30c30c3ULL;
+  return (bits | bits << 2) & 0x1249249249249249ULL;
+}
+
+// Where a box's middle lies on the curve that fills the whole box (Morton 1966): what is close on
+// it is close in space.
+class Curve {
+ public:
+  explicit Curve(const std::vector<FloatBox>& boxes) {
+    FloatBox whole;
+    for (const FloatBox& box : boxes) whole.add(box);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-      const float at = middle(entries[static_cast<std::size_t>(i)].first, axis);
-      low[axis] = std::min(low[axis], at);
-      high[axis] = std::max(high[axis], at);
+      low_[axis] = static_cast<double>(whole.min[axis]);
+      reach_ = std::max(reach_, static_cast<double>(whole.max[axis]) - low_[axis]);
     }
+    scale_ = reach_ > 0 && std::isfinite(reach_) ? kCells / reach_ : 0;
   }
-  std::size_t longest = 0;
-  for (std::size_t axis = 1; axis < 3; ++axis) {
-    if (high[axis] - low[axis] > high[longest] - low[longest]) longest = axis;
+
+  std::uint64_t place(const FloatBox& box) const {
+    std::uint64_t place = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const double middle =
+          0.5 * (static_cast<double>(box.min[axis]) + static_cast<double>(box.max[axis]));
+      const double cell = std::clamp((middle - low_[axis]) * scale_, 0.0, kCells);
+      place |= spread(static_cast<std::uint64_t>(cell)) << axis;
+    }
+    return place;
   }
-  return longest;
+
+ private:
+  static constexpr double kCells = (1 << 21) - 1;
+  std::array<double, 3> low_{};
+  double reach_ = 0;
+  double scale_ = 0;
+};
+
+using Placed = std::pair<std::uint64_t, std::int32_t>;  // place on the curve, number of the box
+
+// By digits of eleven bits, low ones first: linear, and boxes of one place keep their order.
+void sort_by_place(std::vector<Placed>& placed) {
+  constexpr int kBits = 11;
+  constexpr std::size_t kDigits = std::size_t{1} << kBits;
+  std::vector<Placed> other(placed.size());
+  for (int shift = 0; shift < 63; shift += kBits) {
+    std::array<std::size_t, kDigits + 1> first{};
+    for (const Placed& one : placed) ++first[(one.first >> shift & (kDigits - 1)) + 1];
+    if (std::find(first.begin(), first.end(), placed.size()) != first.end()) continue;  // all alike
+    for (std::size_t d = 1; d <= kDigits; ++d) first[d] += first[d - 1];
+    for (const Placed& one : placed) other[first[one.first >> shift & (kDigits - 1)]++] = one;
+    placed.swap(other);
+  }
 }
 
 }  // namespace
@@ -85,54 +119,52 @@ FloatBox box_of(const std::vector<Point>& points, const Triangle& t) {
 }
 
 BoxTree::BoxTree(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
-                 std::vector<std::int32_t> items)
-    : items_(std::move(items)) {
-  const auto count = static_cast<std::int32_t>(items_.size());
+                 std::vector<std::int32_t> items) {
+  const auto count = static_cast<std::int32_t>(items.size());
   if (count == 0) return;
-  std::vector<std::pair<FloatBox, std::int32_t>> entries(items_.size());
+  std::vector<FloatBox> boxes(items.size());
 #pragma omp parallel for schedule(static) if (count > kTaskSize)
   for (std::int32_t i = 0; i < count; ++i) {
     const auto at = static_cast<std::size_t>(i);
-    entries[at] = {box_of(points, triangles[static_cast<std::size_t>(items_[at])]), items_[at]};
+    boxes[at] = box_of(points, triangles[static_cast<std::size_t>(items[at])]);
+  }
+  const Curve curve(boxes);
+  std::vector<Placed> placed(items.size());
+#pragma omp parallel for schedule(static) if (count > kTaskSize)
+  for (std::int32_t i = 0; i < count; ++i) {
+    placed[static_cast<std::size_t>(i)] = {curve.place(boxes[static_cast<std::size_t>(i)]), i};
+  }
+  sort_by_place(placed);
+  boxes_.resize(items.size());
+  items_.resize(items.size());
+  for (std::size_t i = 0; i < placed.size(); ++i) {
+    const auto from = static_cast<std::size_t>(placed[i].second);
+    boxes_[i] = boxes[from];
+    items_[i] = items[from];
   }
   nodes_.resize(static_cast<std::size_t>(node_count(count)));
 #pragma omp parallel if (count > kTaskSize)
 #pragma omp single
-  build(0, count, 0, entries);
-  boxes_.resize(entries.size());
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    boxes_[i] = entries[i].first;
-    items_[i] = entries[i].second;
-  }
+  build(0, count, 0);
 }
 
-// Builds the tree over entries [begin, end) from node `at` on; returns the first node after it.
-std::int32_t BoxTree::build(std::int32_t begin, std::int32_t end, std::int32_t at,
-                            std::vector<std::pair<FloatBox, std::int32_t>>& entries) {
+// Builds the tree over items [begin, end) from node `at` on; returns the first node after it.
+std::int32_t BoxTree::build(std::int32_t begin, std::int32_t end, std::int32_t at) {
   Node& here = nodes_[static_cast<std::size_t>(at)];
   const std::int32_t count = end - begin;
   if (count <= kLeafSize) {
     here.first = begin;
     here.count = count;
     here.second = -1;
-    for (std::int32_t i = begin; i < end; ++i) {
-      here.box.add(entries[static_cast<std::size_t>(i)].first);
-    }
+    for (std::int32_t i = begin; i < end; ++i) here.box.add(boxes_[static_cast<std::size_t>(i)]);
     return at + 1;
   }
-  const std::size_t axis = longest_axis(entries, begin, end);
   const std::int32_t half = begin + count / 2;
-  std::nth_element(entries.begin() + begin, entries.begin() + half, entries.begin() + end,
-                   [axis](const auto& a, const auto& b) {
-                     const float x = middle(a.first, axis);
-                     const float y = middle(b.first, axis);
-                     return x < y || (x == y && a.second < b.second);
-                   });
   const std::int32_t first = at + 1;
   const std::int32_t second = first + node_count(half - begin);
-#pragma omp task shared(entries) if (count > kTaskSize)
-  build(begin, half, first, entries);
-  const std::int32_t after = build(half, end, second, entries);
+#pragma omp task if (count > kTaskSize)
+  build(begin, half, first);
+  const std::int32_t after = build(half, end, second);
 #pragma omp taskwait
   here.first = -1;
   here.count = 0;

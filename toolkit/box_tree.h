@@ -26,10 +26,10 @@ struct FloatBox {
 
 FloatBox box_of(const std::vector<Point>& points, const Triangle& t);
 
-// Binary, split at the median of the longer side, up to four triangles in a leaf, in one array in
-// depth-first order. Eigen's KdBVH answers the same questions, but it copies each object, has no
-// query of a tree against itself in parts that two processors can share, and takes doubles: three
-// times the memory for what is looked at most.
+// Binary, halves of a sequence along a curve that fills space, up to four triangles in a leaf, in
+// one array in depth-first order. Eigen's KdBVH answers the same questions, but it copies each
+// object, has no query of a tree against itself in parts that two processors can share, and takes
+// doubles: three times the memory for what is looked at most.
 class BoxTree {
  public:
   BoxTree() = default;
@@ -70,8 +70,7 @@ class BoxTree {
     std::int32_t count;
   };
 
-  std::int32_t build(std::int32_t begin, std::int32_t end, std::int32_t at,
-                     std::vector<std::pair<FloatBox, std::int32_t>>& entries);
+  std::int32_t build(std::int32_t begin, std::int32_t end, std::int32_t at);
   void split_part(NodePair part, std::vector<NodePair>& out) const;
   template <typename Visit>
   void pairs_of_leaves(const Node& a, const Node& b, bool same, Visit& visit) const;

@@ -202,22 +202,10 @@ std::int64_t weld_new_points(WorkMesh& mesh, double tolerance) {
 }
 
 std::int64_t drop_doubles(WorkMesh& mesh) {
-  std::vector<std::pair<Triangle, std::int32_t>> sorted;
-  sorted.reserve(mesh.triangles.size());
-  for (std::int32_t f = 0; f < mesh.size(); ++f) {
-    Triangle t = mesh.triangle(f);
-    std::sort(t.begin(), t.end());
-    sorted.emplace_back(t, f);
-  }
-  std::sort(sorted.begin(), sorted.end());
-  std::int64_t count = 0;
-  for (std::size_t i = 1; i < sorted.size(); ++i) {
-    if (sorted[i].first != sorted[i - 1].first) continue;
-    mesh.kill(sorted[i].second);
-    ++count;
-  }
-  if (count > 0) mesh.compact();
-  return count;
+  const std::vector<std::int32_t> copies = copies_of_earlier(mesh.triangles, mesh.points.size());
+  for (const std::int32_t f : copies) mesh.kill(f);
+  if (!copies.empty()) mesh.compact();
+  return static_cast<std::int64_t>(copies.size());
 }
 
 std::int64_t remove_without_area(WorkMesh& mesh) {

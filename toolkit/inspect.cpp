@@ -118,15 +118,6 @@ void count_vertices(const TriangleMesh& mesh, const EdgeTable& edges, Health& he
   for (const std::uint8_t count : fans_at) health.nonmanifold_vertices += count > 1;
 }
 
-std::int64_t count_duplicates(const std::vector<Triangle>& triangles) {
-  std::vector<Triangle> sorted(triangles);
-  for (Triangle& t : sorted) std::sort(t.begin(), t.end());
-  std::sort(sorted.begin(), sorted.end());
-  std::int64_t count = 0;
-  for (std::size_t i = 1; i < sorted.size(); ++i) count += sorted[i] == sorted[i - 1];
-  return count;
-}
-
 std::int64_t used_points(const TriangleMesh& mesh) {
   std::vector<bool> used(mesh.points.size(), false);
   for (const Triangle& t : mesh.triangles) {
@@ -152,7 +143,8 @@ Health inspect_valid(const TriangleMesh& mesh, const Progress& progress) {
   const EdgeTable edges(mesh.triangles, mesh.points.size());
   count_edges(mesh, edges, health);
   count_vertices(mesh, edges, health);
-  health.duplicate_faces = count_duplicates(mesh.triangles);
+  health.duplicate_faces =
+      static_cast<std::int64_t>(copies_of_earlier(mesh.triangles, mesh.points.size()).size());
   const std::vector<std::int32_t> opposite = opposite_sides(mesh.triangles, edges);
   health.rings = static_cast<std::int64_t>(walk_rings(mesh.triangles, opposite).size());
 

@@ -25,6 +25,7 @@ bool IntersectionRounds::round(const Progress& progress) {
   const std::vector<Intersection> pairs = pairs_that_meet();
   turned_shells_ += turn_outward(mesh_, pairs).turned_shells;
   now_ = static_cast<std::int64_t>(pairs.size());
+  looked_ = true;
   if (round_ == 0) at_first_ = now_;
   if (pairs.empty() || !progresses(pairs.size())) return false;
   const int round = round_++;
@@ -34,7 +35,8 @@ bool IntersectionRounds::round(const Progress& progress) {
   return true;
 }
 
-std::int64_t IntersectionRounds::turn() {
+std::int64_t IntersectionRounds::turn(bool changed) {
+  if (!changed && looked_ && now_ == 0) return 0;
   const std::vector<Intersection> pairs = pairs_that_meet();
   now_ = static_cast<std::int64_t>(pairs.size());
   return turn_outward(mesh_, pairs).turned_shells;

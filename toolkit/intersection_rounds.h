@@ -20,8 +20,9 @@ class IntersectionRounds {
 
   // Turns shells outward and works on what meets. Whether another round may help.
   bool round(const Progress& progress);
-  // Turns shells outward; the number turned.
-  std::int64_t turn();
+  // Turns shells outward, if the mesh was changed since the last round found nothing; the number
+  // turned.
+  std::int64_t turn(bool changed);
 
   std::int64_t pairs_at_first() const { return at_first_; }
   std::int64_t pairs_now() const { return now_; }
@@ -38,6 +39,7 @@ class IntersectionRounds {
   Ground ground_;
   double weld_;
   int round_ = 0;
+  bool looked_ = false;
   std::size_t fewest_pairs_ = std::numeric_limits<std::size_t>::max();
   int rounds_without_ = 0;
   std::int64_t at_first_ = 0;

@@ -41,6 +41,17 @@ std::vector<double> openness(const WorkMesh& mesh, const Components& components,
   return flux;
 }
 
+BoxTree tree_of_good_faces(const WorkMesh& mesh) {
+  std::vector<std::int32_t> items;
+  for (std::int32_t f = 0; f < mesh.size(); ++f) {
+    if (finite_corners(mesh.points, mesh.triangle(f)) &&
+        !degenerate(mesh.points, mesh.triangle(f))) {
+      items.push_back(f);
+    }
+  }
+  return {mesh.points, mesh.triangles, std::move(items)};
+}
+
 }  // namespace
 
 OutwardChanges turn_outward(WorkMesh& mesh, const std::vector<Intersection>& pairs) {
@@ -50,15 +61,10 @@ OutwardChanges turn_outward(WorkMesh& mesh, const std::vector<Intersection>& pai
   const EdgeTable edges(mesh.triangles, mesh.points.size());
   const Components components = components_by_edges(mesh.triangles, edges);
   std::vector<Shell> shells = shells_of(mesh.points, mesh.triangles, edges, components);
-  std::vector<std::int32_t> items;
-  for (std::int32_t f = 0; f < mesh.size(); ++f) {
-    if (finite_corners(mesh.points, mesh.triangle(f)) &&
-        !degenerate(mesh.points, mesh.triangle(f))) {
-      items.push_back(f);
-    }
+  if (shells.size() > 1) {
+    measure_depths(mesh.points, mesh.triangles, components, tree_of_good_faces(mesh), pairs,
+                   shells);
   }
-  measure_depths(mesh.points, mesh.triangles, components,
-                 BoxTree(mesh.points, mesh.triangles, std::move(items)), pairs, shells);
   const std::vector<double> seen = openness(mesh, components, shells.size());
   std::vector<bool> turn(shells.size(), false);
   for (std::size_t s = 0; s < shells.size(); ++s) {

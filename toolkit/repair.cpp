@@ -11,6 +11,7 @@
 #include "toolkit/intersection_rounds.h"
 #include "toolkit/manifold_making.h"
 #include "toolkit/progress.h"
+#include "toolkit/remaining.h"
 #include "toolkit/sheets.h"
 #include "toolkit/validity.h"
 #include "toolkit/vector_math.h"
@@ -52,8 +53,7 @@ class Repair {
       if (options_.holes != Holes::none && close(part)) cut_junctions();
       if (!options_.intersections || !rounds.round(part)) break;
     }
-    shape();
-    const std::int64_t turned = rounds.turn() + rounds.turned_shells();
+    const std::int64_t turned = rounds.turn(shape()) + rounds.turned_shells();
     note(report_, "inward_components", turned, turned);
     if (options_.intersections) {
       note(report_, "self_intersections", rounds.pairs_at_first(),
@@ -82,24 +82,29 @@ class Repair {
     if (close > 0) remove_meaningless();
   }
 
-  void remove_meaningless() {
+  bool remove_meaningless() {
     const std::int64_t flat = remove_without_area(mesh_);
     note(report_, "degenerate_faces", flat, flat);
     const std::int64_t doubled = drop_doubles(mesh_);
     note(report_, "duplicate_faces", doubled, doubled);
+    return flat + doubled > 0;
   }
 
-  void shape() {
-    remove_meaningless();
-    cut_junctions();
+  // Whether it changed anything.
+  bool shape() {
+    const bool removed = remove_meaningless();
+    return cut_junctions() || removed;
   }
 
-  void cut_junctions() {
+  bool cut_junctions() {
     const ManifoldChanges changes = make_manifold(mesh_);
     note(report_, "nonmanifold_edges", changes.junction_edges, changes.junction_edges);
     note(report_, "nonmanifold_vertices", changes.split_vertices, changes.split_vertices);
     note(report_, "turned_faces", changes.turned_faces, changes.turned_faces);
     note(report_, "one_sided_edges", changes.cut_edges, changes.cut_edges);
+    return changes.junction_edges + changes.split_vertices + changes.turned_faces +
+               changes.cut_edges >
+           0;
   }
 
   void drop_debris() {
@@ -247,6 +252,8 @@ bool better(const RepairResult& a, const RepairResult& b) {
   return a.report.points_kept > b.report.points_kept;
 }
 
+constexpr std::size_t kMostPlaces = 100;
+
 // Healthy, and nearly all points are there still: no second way is tried.
 bool kept_enough(const RepairResult& result) {
   constexpr double kEnough = 0.99;
@@ -273,7 +280,12 @@ RepairResult repair_valid(const TriangleMesh& mesh, const RepairOptions& options
     RepairResult other = attempt(mesh, options, Sheets::back, report, patches_cross);
     if (better(other, result)) result = std::move(other);
   }
-  if (result.mesh != mesh && result.report.state != RepairState::unchanged) return result;
+  if (result.mesh != mesh && result.report.state != RepairState::unchanged) {
+    if (!result.report.after.healthy()) {
+      result.report.remaining = remaining_places(result.mesh, result.report.after, kMostPlaces);
+    }
+    return result;
+  }
   const bool as_wanted = ends_as_wanted(report.before, options);
   return unchanged(mesh, std::move(report),
                    as_wanted ? RepairState::healthy : RepairState::unchanged);

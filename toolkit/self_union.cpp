@@ -18,21 +18,15 @@ struct Fine {
 };
 
 // One of triangles with the same corners is enough.
-void drop_copies(Fine& fine) {
-  std::vector<std::pair<Triangle, std::size_t>> sorted;
-  for (std::size_t i = 0; i < fine.triangles.size(); ++i) {
-    Triangle t = fine.triangles[i];
-    std::sort(t.begin(), t.end());
-    sorted.emplace_back(t, i);
-  }
-  std::sort(sorted.begin(), sorted.end());
-  std::vector<bool> copy(fine.triangles.size(), false);
-  for (std::size_t i = 1; i < sorted.size(); ++i) {
-    copy[sorted[i].second] = sorted[i].first == sorted[i - 1].first;
-  }
+void drop_copies(Fine& fine, std::size_t point_count) {
+  const std::vector<std::int32_t> copies = copies_of_earlier(fine.triangles, point_count);
+  auto copy = copies.begin();
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < copy.size(); ++i) {
-    if (copy[i]) continue;
+  for (std::size_t i = 0; i < fine.triangles.size(); ++i) {
+    if (copy != copies.end() && *copy == static_cast<std::int32_t>(i)) {
+      ++copy;
+      continue;
+    }
     fine.triangles[kept] = fine.triangles[i];
     fine.parent[kept++] = fine.parent[i];
   }
@@ -130,10 +124,9 @@ class SelfUnion {
 
   UnionChanges run(const std::vector<Intersection>& pairs) {
     for (const Intersection& pair : pairs) arrangement_.meet(pair.first, pair.second);
-    const std::size_t old_points = mesh_.points.size();
     refine();
     const std::vector<std::int8_t> fate = decide();
-    rebuild(fate, old_points);
+    rebuild(fate);
     return changes_;
   }
 
@@ -155,7 +148,7 @@ class SelfUnion {
         fine_.parent.push_back(f);
       }
     }
-    drop_copies(fine_);
+    drop_copies(fine_, mesh_.points.size() + new_points_.size());
   }
 
   std::int32_t vertex_of(std::int32_t exact) {
@@ -226,7 +219,7 @@ class SelfUnion {
     return fates;
   }
 
-  void rebuild(const std::vector<std::int8_t>& fate, std::size_t) {
+  void rebuild(const std::vector<std::int8_t>& fate) {
     std::vector<std::int32_t> origin;
     std::vector<Triangle> triangles;
     for (std::size_t i = 0; i < fate.size(); ++i) {

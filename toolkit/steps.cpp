@@ -157,7 +157,7 @@ StepResult resolve_self_intersections(const TriangleMesh& mesh, const UntangleOp
     for (int i = 0; i < options.max_rounds && rounds.round(options.progress); ++i) {
       make_manifold(work);
     }
-    rounds.turn();
+    rounds.turn(true);
     return rounds.pairs_at_first() - rounds.pairs_now();
   });
 }

@@ -84,6 +84,46 @@ std::vector<std::int32_t> opposite_sides(const std::vector<Triangle>& triangles,
   return opposite;
 }
 
+// Buckets by the lowest corner, as for edges.
+std::vector<std::int32_t> copies_of_earlier(const std::vector<Triangle>& triangles,
+                                            std::size_t point_count) {
+  std::vector<std::int32_t> start(point_count + 1, 0);
+  for (const Triangle& t : triangles) {
+    ++start[static_cast<std::size_t>(std::min({t[0], t[1], t[2]})) + 1];
+  }
+  std::partial_sum(start.begin(), start.end(), start.begin());
+  struct Entry {
+    std::int32_t middle;
+    std::int32_t high;
+    std::int32_t number;
+    bool same(const Entry& other) const { return middle == other.middle && high == other.high; }
+    bool operator<(const Entry& other) const {
+      return middle != other.middle ? middle < other.middle
+             : high != other.high   ? high < other.high
+                                    : number < other.number;
+    }
+  };
+  std::vector<Entry> entries(triangles.size());
+  std::vector<std::int32_t> next(start.begin(), start.end() - 1);
+  for (std::size_t f = 0; f < triangles.size(); ++f) {
+    Triangle t = triangles[f];
+    std::sort(t.begin(), t.end());
+    entries[static_cast<std::size_t>(next[static_cast<std::size_t>(t[0])]++)] = {
+        t[1], t[2], static_cast<std::int32_t>(f)};
+  }
+  std::vector<std::int32_t> copies;
+  for (std::size_t v = 0; v < point_count; ++v) {
+    const auto begin = entries.begin() + start[v];
+    const auto end = entries.begin() + start[v + 1];
+    std::sort(begin, end);
+    for (auto it = begin; it != end; ++it) {
+      if (it != begin && it->same(*(it - 1))) copies.push_back(it->number);
+    }
+  }
+  std::sort(copies.begin(), copies.end());
+  return copies;
+}
+
 DisjointSets::DisjointSets(std::size_t count) : parent_(count) {
   std::iota(parent_.begin(), parent_.end(), 0);
 }

@@ -43,6 +43,10 @@ constexpr std::int32_t kNoSide = -3;        // of a triangle with a corner twice
 std::vector<std::int32_t> opposite_sides(const std::vector<Triangle>& triangles,
                                          const EdgeTable& edges);
 
+// Triangles with the corners of an earlier one, in any order: their numbers, ascending.
+std::vector<std::int32_t> copies_of_earlier(const std::vector<Triangle>& triangles,
+                                            std::size_t point_count);
+
 // Sets that are joined step by step.
 class DisjointSets {
  public:

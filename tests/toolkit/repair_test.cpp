@@ -149,6 +149,9 @@ TEST(Repair, holes_none_leaves_a_mesh_open_and_mends_the_rest) {
   EXPECT_EQ(result.report.state, RepairState::repaired);
   EXPECT_TRUE(result.report.after.healthy_but_open());
   EXPECT_EQ(result.report.after.open_edges, open);
+  ASSERT_EQ(result.report.remaining.size(),
+            static_cast<std::size_t>(std::min<std::int64_t>(open, 100)));
+  EXPECT_EQ(result.report.remaining[0].defect, "open_edges");
 }
 
 TEST(Repair, rings_longer_than_asked_for_stay) {
