@@ -10,7 +10,8 @@
 #   setup.sh --peers     also the mesh libraries that bench/peers compares with
 set -euo pipefail
 
-packages=(cmake make g++ ccache libeigen3-dev libboost-dev nlohmann-json3-dev libopencv-core-dev libgtest-dev libgmock-dev
+packages=(cmake make g++ ccache libeigen3-dev libboost-dev nlohmann-json3-dev libcli11-dev libfmt-dev
+          libopencv-core-dev libgtest-dev libgmock-dev
           libbenchmark-dev libcgal-demo pkg-config dpkg-dev file
           python3)
 for option in "$@"; do
