@@ -104,7 +104,7 @@ void Denoiser::follow(const std::vector<Point>& normals) {
   std::vector<Point> next(points_.size());
   const auto count = static_cast<std::int64_t>(points_.size());
   for (int round = 0; round < kPointRounds; ++round) {
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
     for (std::int64_t i = 0; i < count; ++i) {
       const auto v = static_cast<std::size_t>(i);
       const auto at = static_cast<std::int32_t>(i);
@@ -130,7 +130,7 @@ void Denoiser::follow(const std::vector<Point>& normals) {
 void Denoiser::even_step(double factor) {
   std::vector<Point> next(points_.size());
   const auto count = static_cast<std::int64_t>(points_.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto v = static_cast<std::size_t>(i);
     const auto at = static_cast<std::int32_t>(i);
