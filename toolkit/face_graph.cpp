@@ -27,7 +27,7 @@ void FaceMeasures::update(const std::vector<Point>& points,
   normals.resize(triangles.size());
   areas.resize(triangles.size());
   const auto count = static_cast<std::int64_t>(triangles.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto f = static_cast<std::size_t>(i);
     const Point& a = points[static_cast<std::size_t>(triangles[f][0])];

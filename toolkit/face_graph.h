@@ -10,6 +10,10 @@
 
 namespace scanmesh {
 
+// Loops over fewer elements stay on the calling thread: there are hundreds of them, and on a busy
+// machine each would wait for a thread that isn't running.
+constexpr std::int64_t kWorthThreads = 30000;
+
 // Lists of numbers, one after the other.
 class Lists {
  public:
@@ -57,7 +61,7 @@ void Lists::build(std::size_t count, Make make) {
   const auto blocks = static_cast<std::int64_t>((count + kBlock - 1) / kBlock);
   std::vector<std::vector<std::int32_t>> items(static_cast<std::size_t>(blocks));
   first_.assign(count + 1, 0);
-#pragma omp parallel for schedule(dynamic)
+#pragma omp parallel for schedule(dynamic) if (static_cast <std::int64_t>(count) > kWorthThreads)
   for (std::int64_t b = 0; b < blocks; ++b) {
     const std::size_t begin = static_cast<std::size_t>(b) * kBlock;
     const std::size_t end = begin + kBlock < count ? begin + kBlock : count;

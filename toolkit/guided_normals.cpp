@@ -42,7 +42,7 @@ std::vector<GuidedNormals::EdgeSums> GuidedNormals::edges_at_points(
     const FaceMeasures& faces) const {
   std::vector<EdgeSums> sums(graph_.fixed.size());
   const auto count = static_cast<std::int64_t>(sums.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto v = static_cast<std::int32_t>(i);
     EdgeSums& here = sums[static_cast<std::size_t>(i)];
@@ -62,7 +62,7 @@ std::vector<GuidedNormals::Patch> GuidedNormals::patches(const FaceMeasures& fac
   const std::vector<EdgeSums> at_points = edges_at_points(faces);
   std::vector<Patch> patches(triangles_.size());
   const auto count = static_cast<std::int64_t>(patches.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto f = static_cast<std::size_t>(i);
     Point mean;
@@ -90,7 +90,7 @@ std::vector<Point> GuidedNormals::guidance(const FaceMeasures& faces) const {
   const std::vector<Patch> all = patches(faces);
   std::vector<Point> guides(triangles_.size());
   const auto count = static_cast<std::int64_t>(guides.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto f = static_cast<std::size_t>(i);
     const Patch* best = &all[f];
@@ -109,7 +109,7 @@ std::vector<Point> GuidedNormals::filtered(const FaceMeasures& faces, double ran
   const double ranged = -0.5 / (range * range);
   std::vector<Point> normals(triangles_.size());
   const auto count = static_cast<std::int64_t>(normals.size());
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (count > kWorthThreads)
   for (std::int64_t i = 0; i < count; ++i) {
     const auto f = static_cast<std::size_t>(i);
     Point sum;

@@ -9,12 +9,17 @@
 namespace scanmesh {
 namespace {
 
-// More than this changes the estimate by less than a hundredth.
-constexpr std::size_t kSamples = 40000;
-// Creases and detail look like noise. They are in the upper half of what is seen; a third from
-// below is smooth in most meshes, and 0.4307 of the deviation for Gaussian noise.
-constexpr double kQuantile = 1.0 / 3;
-constexpr double kOfDeviation = 0.4307273;
+// Noise is the same everywhere, detail and creases aren't: of the places that are looked at, the
+// calm tenth is told from. Around a place are some twenty points; in the calmest tenth their root
+// mean square is 0.85 of the deviation (of Gaussian noise on planes and spheres).
+constexpr std::int32_t kPlaces = 4000;
+constexpr double kCalm = 0.1;
+constexpr double kOfDeviation = 0.85;
+// Noise tilts the normals that it is measured along: 5 % are missing at a tenth of an edge.
+constexpr double kTilt = 0.65;
+// Of Gaussian noise the calm tenth has 0.71 to 0.78 of the median, with the creases and detail of
+// real parts and figures; of the same without noise it has 0.67 and less.
+constexpr double kEvenShare = 0.69;
 
 using Weight = std::pair<std::int32_t, double>;
 
@@ -79,22 +84,57 @@ bool well_inside(const std::vector<Triangle>& triangles, const FaceGraph& graph,
   return true;
 }
 
+// The root of the mean square of the residuals around a point, as far as its neighbours'
+// neighbours.
+double local_noise(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
+                   const FaceGraph& graph, const FaceMeasures& faces, std::int32_t v) {
+  std::vector<std::int32_t> around{v};
+  for (const std::int32_t u : neighbours(triangles, graph, v)) {
+    around.push_back(u);
+    for (const std::int32_t w : neighbours(triangles, graph, u)) around.push_back(w);
+  }
+  std::sort(around.begin(), around.end());
+  around.erase(std::unique(around.begin(), around.end()), around.end());
+  double squares = 0;
+  double count = 0;
+  for (const std::int32_t u : around) {
+    if (!well_inside(triangles, graph, u)) continue;
+    const double here = residual(points, triangles, graph, faces, u);
+    squares += here * here;
+    count += 1;
+  }
+  return count > 0 ? std::sqrt(squares / count) : 0;
+}
+
+double quantile(std::vector<double>& values, double share) {
+  const auto at =
+      values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size()));
+  std::nth_element(values.begin(), at, values.end());
+  return *at;
+}
+
 }  // namespace
 
-double estimate_noise(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
-                      const FaceGraph& graph, const FaceMeasures& faces) {
-  std::vector<double> residuals;
-  const std::size_t step = std::max<std::size_t>(1, points.size() / kSamples);
-  for (std::size_t v = 0; v < points.size(); v += step) {
-    const auto at = static_cast<std::int32_t>(v);
-    if (!well_inside(triangles, graph, at)) continue;
-    residuals.push_back(residual(points, triangles, graph, faces, at));
+NoiseEstimate estimate_noise(const std::vector<Point>& points,
+                             const std::vector<Triangle>& triangles, const FaceGraph& graph,
+                             const FaceMeasures& faces, double edge) {
+  const auto count = static_cast<std::int32_t>(points.size());
+  const std::int32_t step = std::max(1, count / kPlaces);
+  const std::int64_t places = (count + step - 1) / step;
+  std::vector<double> seen(static_cast<std::size_t>(places), -1);
+#pragma omp parallel for schedule(dynamic, 64)
+  for (std::int64_t i = 0; i < places; ++i) {
+    const auto v = static_cast<std::int32_t>(i * step);
+    if (!well_inside(triangles, graph, v)) continue;
+    seen[static_cast<std::size_t>(i)] = local_noise(points, triangles, graph, faces, v);
   }
-  if (residuals.empty()) return 0;
-  const auto at = residuals.begin() +
-                  static_cast<std::ptrdiff_t>(kQuantile * static_cast<double>(residuals.size()));
-  std::nth_element(residuals.begin(), at, residuals.end());
-  return *at / kOfDeviation;
+  seen.erase(std::remove_if(seen.begin(), seen.end(), [](double s) { return s < 0; }), seen.end());
+  if (seen.empty() || !(edge > 0)) return {};
+  const double calm = quantile(seen, kCalm);
+  NoiseEstimate noise;
+  noise.even = calm > kEvenShare * quantile(seen, 0.5);
+  noise.deviation = calm / kOfDeviation * (1 + kTilt * calm / edge);
+  return noise;
 }
 
 }  // namespace scanmesh

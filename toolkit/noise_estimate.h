@@ -9,10 +9,18 @@
 
 namespace scanmesh {
 
-// The standard deviation of points along their normals that is left when a smooth surface is taken
-// off, in the mesh's units.
-double estimate_noise(const std::vector<Point>& points, const std::vector<Triangle>& triangles,
-                      const FaceGraph& graph, const FaceMeasures& faces);
+struct NoiseEstimate {
+  // The standard deviation of points along their normals that is left when a smooth surface is
+  // taken off, in calm places; in the mesh's units.
+  double deviation = 0;
+  // It is much the same all over the mesh, as noise is. Otherwise it may be the shape's detail.
+  bool even = false;
+};
+
+// `edge`: the mean length of an edge.
+NoiseEstimate estimate_noise(const std::vector<Point>& points,
+                             const std::vector<Triangle>& triangles, const FaceGraph& graph,
+                             const FaceMeasures& faces, double edge);
 
 }  // namespace scanmesh
 
