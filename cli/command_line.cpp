@@ -33,12 +33,12 @@ void add_all(CommandLine& line) {
   add_fill(line);
   add_orient(line);
   add_debris(line);
-#if defined(SCANMESH_CLI_ALL)
   add_spikes(line);
   add_smooth(line);
-  add_denoise(line);
   add_simplify(line);
   add_subdivide(line);
+#if defined(SCANMESH_CLI_ALL)
+  add_denoise(line);
   add_reconstruct(line);
   add_stitch(line);
   add_trim(line);
