@@ -1,9 +1,9 @@
 // A PLY file as a mesh: every vertex in file order, then the faces between them.
 #include <cmath>
-#include <iostream>
 #include <memory>
 #include <new>
 
+#include "core/messages.h"
 #include "core/platform.h"
 #include "core/vector_math.h"
 #include "formats/ply_input.h"
@@ -63,17 +63,19 @@ void insert_faces(Mesh& mesh, const TriMeshData& data) {
 }
 
 int load(Mesh& mesh, FILE* file, const std::string& name, TriMeshData& data) {
+  // Hosts' logs hold what the reader says.
+  scanmesh::Message messages(scanmesh::Channel::error);
   scanmesh::StreamOwner stream(file);
   if (!scanmesh::memory_suffices(scanmesh::memory_status())) return kNotEnoughMemory;
   try {
     scanmesh::PlyHeader header;
     const scanmesh::PlyBody body =
-        scanmesh::read_ply_file(std::move(stream), name, header, data, std::cerr);
+        scanmesh::read_ply_file(std::move(stream), name, header, data, messages.stream());
     if (body.out_of_memory) throw std::bad_alloc();
     if (!body.complete) return kRefused;
     const int64_t astray = count_astray(data);
     scanmesh::tell_invalid_faces(body.invalid + astray, static_cast<int32_t>(data.nb_face - astray),
-                                 std::cerr);
+                                 messages.stream());
     mesh.inalize();
     mesh.face.real_num = 0;  // of what the mesh held before nothing is left
     insert_vertices(mesh, data);

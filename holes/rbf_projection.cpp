@@ -1,9 +1,9 @@
 #include "holes/rbf_projection.h"
 
-#include <iostream>
 #include <vector>
 
 #include "core/dense_solver.h"
+#include "core/messages.h"
 
 namespace scanmesh {
 
@@ -31,7 +31,8 @@ void rbf_solve(RbfContext& context, const Vec3f* points, int count, Vec3f* posit
   rbf_set_size(context, count);
   std::vector<double> weights = rbf_right_side(context);
   if (!solve_dense(rbf_matrix(context, points, RbfRounding::kFloat), weights)) {
-    std::cout << "求逆失败" << std::endl;
+    // Hosts' logs hold this line.
+    print_message(Channel::output_flushed, "求逆失败\n");
     n = 0;
     return;
   }

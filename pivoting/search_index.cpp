@@ -1,4 +1,5 @@
 #include "pivoting/search_index.h"
+#include "core/messages.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -176,7 +177,8 @@ void SearchIndex::build(const XCloud& cloud) {
     root_bbox = computeBoundingBox(cloud);
     Divider(*this, cloud).run();
   } catch (const std::bad_alloc&) {
-    std::fputs("Failed to allocate memory.\n", stderr);
+    // Hosts' logs hold this line.
+    scanmesh::print_message(scanmesh::Channel::c_error, "Failed to allocate memory.\n");
     throw;
   }
 }

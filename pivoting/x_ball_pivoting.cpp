@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cassert>
-#include <iostream>
 #include <iterator>
 #include <utility>
 
+#include "core/messages.h"
 #include "core/platform.h"
 #include "pivoting/pivot_search.h"
 #include "pivoting/point_input.h"
@@ -105,7 +105,8 @@ void XBallPivoting::build_mesh(MemS::MemAllo<float[3]>& points, MemS::MemAllo<fl
 void XBallPivoting::get_data(MemS::Point3v<float>*& data, int& count) {
   const TickClock clock;
   scanmesh::copy_facets(*face_store, data, count);
-  std::cout << "Fun get_data is: " << clock.seconds() << "s\n";
+  // Hosts' logs hold this line, as those of build_mesh.
+  scanmesh::Message() << "Fun get_data is: " << clock.seconds() << "s\n";
 }
 
 void XBallPivoting::output() {}
@@ -174,7 +175,8 @@ _face* XBallPivoting::insert_face(_vert* a, _vert* b, _vert* c, Vec3f& normal) {
 void XBallPivotingTraits::Progress::after_batch(std::chrono::nanoseconds time) {
   const auto ticks = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
   const double seconds = static_cast<double>(ticks) / 1000.0;
-  if (seconds > kLongBatch) std::cout << "task:" << seconds << "s\n";
+  // Hosts' logs hold this line.
+  if (seconds > kLongBatch) scanmesh::Message() << "task:" << seconds << "s\n";
 }
 
 std::future<void> XBallPivotingTraits::enqueue(Mesh_M::ThreadPool& pool, XBallPivoting& self,
@@ -213,13 +215,14 @@ void XBallPivotingTraits::build_mesh(XBallPivoting& self, MemS::MemAllo<float[3]
   });
   self.tree.rebuild(self.nodes.data(), self.nodes.size());
   if (self.nodes.empty()) return;
-  std::cout << "KD-Tree initialize Time: " << clock.seconds() << "s\n";
+  // Hosts' logs hold this line and the two below.
+  scanmesh::Message() << "KD-Tree initialize Time: " << clock.seconds() << "s\n";
   prepare_tasks(self, processors + scanmesh::kExtraTasks);
-  std::cout << "before while (!Q.empty())!\n";
+  scanmesh::Message() << "before while (!Q.empty())!\n";
   grow(self, 0, processors);
   scanmesh::delete_spurs(stores(self), 0);
   scanmesh::refresh_normals(stores(self), 0);
-  std::cout << "Fun build_mesh is: " << clock.seconds() << "s\n";
+  scanmesh::Message() << "Fun build_mesh is: " << clock.seconds() << "s\n";
 }
 
 }  // namespace xbpa

@@ -1,7 +1,7 @@
 // Stitching in place, and from one mesh into another.
-#include <iostream>
 
 #include "core/face_building.h"
+#include "core/messages.h"
 #include "core/platform.h"
 #include "pivoting/x_ball_pivoting_traits.h"
 
@@ -25,7 +25,9 @@ constexpr double kSeamReach = 2;
 void begin(XBallPivoting& self, const Mesh_M::mesh_resolution_param& resolution) {
   self.init(resolution.resolution);
   self.nodes.clear();
-  std::cout << "res_param:" << resolution.resolution << " " << resolution.resolution_fine << "\n";
+  // Hosts' logs hold this line, as those below.
+  scanmesh::Message() << "res_param:" << resolution.resolution << " " << resolution.resolution_fine
+                      << "\n";
 }
 
 // Only the band in the region of bit 0x80 goes, whatever bit 0x20 says.
@@ -170,10 +172,10 @@ void XBallPivotingTraits::stitch(XBallPivoting& self, Mesh_M::Mesh& mesh, int pr
     scanmesh::add_sample(mesh.vertex, edge, point);
   });
   // The samples have no nodes yet, which is what hosts' logs show.
-  std::cout << "split num:" << self.nodes.size() << "\n";
+  scanmesh::Message() << "split num:" << self.nodes.size() << "\n";
   int kept_count = 0;
   delete_faces(mesh, choose_faces(mesh, seam, kept_count));
-  std::cout << "points_all.size()=" << self.nodes.size() << "\n";
+  scanmesh::Message() << "points_all.size()=" << self.nodes.size() << "\n";
   collect_nodes(mesh, self.nodes);
   self.setDataPointer(&mesh.face, &mesh.vertex, &mesh.edge);
   close_seams(self, mesh, kept_count, clock, true, processors);
@@ -194,8 +196,8 @@ void XBallPivotingTraits::stitch(XBallPivoting& self, Mesh_M::Mesh& source, Mesh
     self.nodes.push_back({scanmesh::add_sample(target.vertex, edge, point), 0});
   };
   scanmesh::densify(source.edge, seam, add_sample);
-  std::cout << "num_ttt:" << 0 << "\n";
-  std::cout << "split num:" << self.nodes.size() - copied << "\n";
+  scanmesh::Message() << "num_ttt:" << 0 << "\n";
+  scanmesh::Message() << "split num:" << self.nodes.size() - copied << "\n";
   const int kept_count = copy_faces(source, stores(self), seam, self.nodes, add_sample);
   // Rings and the last fill name records that are about to go.
   source.hole.free();
@@ -210,13 +212,13 @@ void XBallPivotingTraits::close_seams(XBallPivoting& self, Mesh_M::Mesh& mesh, i
                                       const TickClock& clock, bool prints_open_edges,
                                       int processors) {
   const std::vector<_edge*> open = scanmesh::mark_states(mesh.edge);
-  std::cout << "prepare data: " << clock.ticks() << "\n";
-  if (prints_open_edges) std::cout << "QQ.size(): " << open.size() << "\n";
+  scanmesh::Message() << "prepare data: " << clock.ticks() << "\n";
+  if (prints_open_edges) scanmesh::Message() << "QQ.size(): " << open.size() << "\n";
   self.tree.rebuild(self.nodes.data(), self.nodes.size());
-  std::cout << "KD-Tree initialize Time: " << clock.ticks() << "\n";
+  scanmesh::Message() << "KD-Tree initialize Time: " << clock.ticks() << "\n";
   prepare_tasks(self, processors + scanmesh::kExtraTasks);
   grow(self, scanmesh::first_seed(open), processors);
-  std::cout << "BPA: " << clock.ticks() << "\n";
+  scanmesh::Message() << "BPA: " << clock.ticks() << "\n";
   scanmesh::delete_spurs(stores(self), kept_count);
   scanmesh::refresh_normals(stores(self), kept_count);
   scanmesh::bind_hole(mesh);

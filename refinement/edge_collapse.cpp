@@ -6,6 +6,7 @@
 #include <future>
 #include <limits>
 
+#include "core/messages.h"
 #include "core/parallel.h"
 #include "core/progress.h"
 #include "core/vector_math.h"
@@ -92,7 +93,10 @@ int iteration_cap(const double* limit) {
 }
 
 void EdgeCollapse::run(int target, double aggression, const double* limit) {
-  std::printf("%d %g\n", target, aggression);
+  // Hosts' logs hold this line.
+  char line[64];
+  std::snprintf(line, sizeof(line), "%d %g\n", target, aggression);
+  print_message(Channel::c_output, line);
   total_ = static_cast<int32_t>(tris.size());
   deleted_ = 0;
   const int cap = iteration_cap(limit);

@@ -15,6 +15,12 @@ namespace scanmesh {
 // to a leaf; its shape stays, its boxes follow. Built anew where half of its triangles are gone.
 class CollapseBoxes {
  public:
+  // As FloatBox::meets, all six comparisons at once: which of them fails can't be foretold.
+  static bool meet(const FloatBox& a, const FloatBox& b) {
+    return (a.min[0] <= b.max[0]) & (b.min[0] <= a.max[0]) & (a.min[1] <= b.max[1]) &
+           (b.min[1] <= a.max[1]) & (a.min[2] <= b.max[2]) & (b.min[2] <= a.max[2]);
+  }
+
   explicit CollapseBoxes(const CollapseMesh& mesh);
 
   // After triangles around a vertex changed or went.
@@ -31,7 +37,7 @@ class CollapseBoxes {
     stack[depth++] = 1;
     while (depth > 0) {
       const std::uint32_t at = stack[--depth];
-      if (!nodes_[at].meets(box)) continue;
+      if (!meet(nodes_[at], box)) continue;
       if (at < leaves_) {
         stack[depth++] = 2 * at + 1;
         stack[depth++] = 2 * at;
@@ -39,7 +45,7 @@ class CollapseBoxes {
       }
       const std::size_t first = kLeafSize * static_cast<std::size_t>(at - leaves_);
       for (std::size_t i = first; i < first + kLeafSize; ++i) {
-        if (items_[i] >= 0 && boxes_[i].meets(box)) visit(items_[i]);
+        if (items_[i] >= 0 && meet(boxes_[i], box)) visit(items_[i]);
       }
     }
   }

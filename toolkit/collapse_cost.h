@@ -20,14 +20,14 @@ struct Placement {
 struct Quadric {
   double xx = 0, xy = 0, xz = 0, yy = 0, yz = 0, zz = 0;
 
-  void add(const Point& normal, double weight) {
-    const Point n = normal * weight;
-    xx += n.x * normal.x;
-    xy += n.x * normal.y;
-    xz += n.x * normal.z;
-    yy += n.y * normal.y;
-    yz += n.y * normal.z;
-    zz += n.z * normal.z;
+  void add(const Point& n, double sign = 1) {
+    const Point s = n * sign;
+    xx += s.x * n.x;
+    xy += s.x * n.y;
+    xz += s.x * n.z;
+    yy += s.y * n.y;
+    yz += s.y * n.z;
+    zz += s.z * n.z;
   }
   Point times(const Point& p) const {
     return {xx * p.x + xy * p.y + xz * p.z, xy * p.x + yy * p.y + yz * p.z,

@@ -127,6 +127,31 @@ int CollapseGuard::contacts_within() const {
   return contacts;
 }
 
+// Whether what `other` doesn't share with t lies on one side of t's plane, by more than rounding
+// can hide: then they meet nowhere else. Most neighbours are told apart by this.
+bool CollapseGuard::parted_by_plane(const Triangle& t, const Point& area,
+                                    const Triangle& other) const {
+  const Point& origin = mesh_.point(t[0]);
+  const double size = std::abs(area.x) + std::abs(area.y) + std::abs(area.z);
+  const Point a = mesh_.point(t[1]) - origin;
+  const Point b = mesh_.point(t[2]) - origin;
+  // The area vector's own error, relative to the products it is made of.
+  const double reach = (std::abs(a.x) + std::abs(a.y) + std::abs(a.z)) *
+                       (std::abs(b.x) + std::abs(b.y) + std::abs(b.z));
+  bool above = false;
+  bool below = false;
+  for (const std::int32_t v : other) {
+    if (contains(t, v)) continue;
+    const Point p = mesh_.point(v) - origin;
+    const double height = dot(area, p);
+    const double error = 0x1p-48 * (size + reach) * (std::abs(p.x) + std::abs(p.y) + std::abs(p.z));
+    above |= height > error;
+    below |= height < -error;
+    if (std::abs(height) <= error || (above && below)) return false;
+  }
+  return above || below;
+}
+
 // Pairs of a triangle of the fan and one that isn't at u or v.
 int CollapseGuard::contacts_around(std::int32_t u, std::int32_t v) {
   FloatBox all;
@@ -142,8 +167,12 @@ int CollapseGuard::contacts_around(std::int32_t u, std::int32_t v) {
     if (contains(other, u) || contains(other, v) || mesh_.flat(f)) continue;
     const FloatBox& box = boxes_->box(f);
     for (const Moved& moved : moved_) {
-      contacts += moved.box.meets(box) && !mesh_.flat(moved.face) &&
-                  contact_of(mesh_.points, moved.corners, other) != Contact::none;
+      if (!CollapseBoxes::meet(moved.box, box) || mesh_.flat(moved.face)) continue;
+      if (parted_by_plane(moved.corners, moved.area, other) ||
+          parted_by_plane(other, mesh_.area(f), moved.corners)) {
+        continue;
+      }
+      contacts += contact_of(mesh_.points, moved.corners, other) != Contact::none;
     }
   }
   return contacts;
@@ -153,7 +182,7 @@ int CollapseGuard::contacts_around(std::int32_t u, std::int32_t v) {
 int CollapseGuard::contacts_before(std::int32_t u, std::int32_t v, const EdgeStar& star) {
   moved_.clear();
   for (const auto* faces : {&star.shared, &star.at_first, &star.at_second}) {
-    for (const std::int32_t f : *faces) moved_.push_back({f, mesh_.triangle(f), {}, {}});
+    for (const std::int32_t f : *faces) moved_.push_back({f, mesh_.triangle(f), mesh_.area(f), {}});
   }
   return contacts_within() + contacts_around(u, v);
 }

@@ -1,6 +1,7 @@
 #include "toolkit/collapse_mesh.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "toolkit/contact.h"
 #include "toolkit/topology.h"
@@ -37,6 +38,7 @@ CollapseMesh::CollapseMesh(const TriangleMesh& mesh, double scale, bool lock_bor
       tail_(mesh.points.size(), -1),
       flags_(mesh.points.size(), 0),
       flat_(mesh.triangles.size(), 0),
+      weighted_(mesh.triangles.size()),
       mark_(mesh.points.size(), 0) {
   for (Point& p : points) p = p * scale;
   const auto count = static_cast<std::int64_t>(triangles.size());
@@ -51,6 +53,7 @@ void CollapseMesh::measure(std::int32_t f) {
   const auto at = static_cast<std::size_t>(f);
   areas[at] = area_vector(point(t[0]), point(t[1]), point(t[2]));
   const double size = dot(areas[at], areas[at]);
+  weighted_[at] = size > 0 ? areas[at] * (1 / std::sqrt(std::sqrt(std::sqrt(size)))) : Point{};
   const Point side = point(t[1]) - point(t[0]);
   const Point other = point(t[2]) - point(t[0]);
   // Below this rounding may have hidden the sign.

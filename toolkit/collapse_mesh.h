@@ -31,6 +31,11 @@ class CollapseMesh {
   const Triangle& triangle(std::int32_t f) const { return triangles[static_cast<std::size_t>(f)]; }
   const Point& point(std::int32_t v) const { return points[static_cast<std::size_t>(v)]; }
   const Point& area(std::int32_t f) const { return areas[static_cast<std::size_t>(f)]; }
+  // Its normal, of the length area to the power of 0.75: the root of a quadric's weight. Area
+  // squared (the volumes of the tetrahedra over the triangles, as in the papers) gives as much for
+  // the mean distance, but large triangles drown small ones: the largest distance on a lion's head
+  // at a tenth is twice as much. The area itself is worse in the mean.
+  const Point& weighted(std::int32_t f) const { return weighted_[static_cast<std::size_t>(f)]; }
   bool gone(std::int32_t v) const { return (flags_[static_cast<std::size_t>(v)] & kGone) != 0; }
   bool locked(std::int32_t v) const { return (flags_[static_cast<std::size_t>(v)] & kLocked) != 0; }
   bool border(std::int32_t v) const { return (flags_[static_cast<std::size_t>(v)] & kBorder) != 0; }
@@ -88,6 +93,7 @@ class CollapseMesh {
   std::vector<std::int32_t> tail_;  // per vertex the last corner of its list
   std::vector<std::uint8_t> flags_;
   std::vector<std::uint8_t> flat_;
+  std::vector<Point> weighted_;
   std::vector<std::uint32_t> mark_;
   std::uint32_t epoch_ = 0;
   std::int64_t live_ = 0;

@@ -1,8 +1,11 @@
 #include "toolkit/engine_mesh.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <limits>
+#include <map>
+#include <numeric>
+#include <utility>
 
 #include "toolkit/progress.h"
 #include "toolkit/validity.h"
@@ -19,6 +22,22 @@ bool finite(const Float3& p) {
 
 const Point& corner(const TriangleMesh& mesh, const Triangle& t, std::size_t k) {
   return mesh.points[static_cast<std::size_t>(t[k])];
+}
+
+Triangle sorted(Triangle t) {
+  std::sort(t.begin(), t.end());
+  return t;
+}
+
+// The first triangle with these corners, in whatever order.
+std::map<Triangle, std::int32_t> numbers_by_corners(const std::vector<Triangle>& triangles) {
+  std::vector<std::pair<Triangle, std::int32_t>> entries;
+  entries.reserve(triangles.size());
+  for (std::size_t f = 0; f < triangles.size(); ++f) {
+    entries.emplace_back(sorted(triangles[f]), static_cast<std::int32_t>(f));
+  }
+  std::sort(entries.begin(), entries.end());
+  return {entries.begin(), entries.end()};
 }
 
 }  // namespace
@@ -93,36 +112,67 @@ EngineMesh::EngineMesh(const TriangleMesh& mesh, const EngineFrame& frame,
                   static_cast<int>(corners.size() / 3));
 }
 
-void EngineMesh::take_positions(TriangleMesh& mesh) {
-  const std::size_t count = std::min(mesh.points.size(), points_.size() / 3);
+void EngineMesh::take_positions(std::vector<Point>& points) {
+  const std::size_t count = std::min(points.size(), points_.size() / 3);
   for (std::size_t i = 0; i < count; ++i) {
     const Mesh_R::_vert& vert = *engine_.vertex[static_cast<int>(i)];
     if (vert.state == Mesh_R::kStateDeleted || vert.face_num == 0 || !finite(vert.point)) continue;
     const float* const old = &points_[3 * i];
     if (vert.point.x == old[0] && vert.point.y == old[1] && vert.point.z == old[2]) continue;
-    mesh.points[i] = frame_.outside(vert.point);
+    points[i] = frame_.outside(vert.point);
   }
 }
 
-TriangleMesh read_engine(Mesh_M::Mesh& engine, const EngineFrame& frame) {
-  TriangleMesh mesh;
-  std::vector<std::int32_t> number(static_cast<std::size_t>(engine.vertex.get_vertnum()), -1);
-  for (int i = 0; i < engine.vertex.get_vertnum(); ++i) {
-    const Mesh_R::_vert& vert = *engine.vertex[i];
-    if (vert.state == Mesh_R::kStateDeleted || vert.face_num == 0 || !finite(vert.point)) continue;
-    number[static_cast<std::size_t>(i)] = static_cast<std::int32_t>(mesh.points.size());
-    mesh.points.push_back(frame.outside(vert.point));
+std::vector<std::int32_t> EngineMesh::points_of_records(std::size_t count) {
+  std::vector<std::int32_t> from(static_cast<std::size_t>(engine_.vertex.get_vertnum()), -1);
+  std::map<std::array<float, 3>, std::int32_t> bereft;  // points whose records are deleted
+  for (std::size_t i = 0; i < count; ++i) {
+    from[i] = static_cast<std::int32_t>(i);
+    if (engine_.vertex[static_cast<int>(i)]->state != Mesh_R::kStateDeleted) continue;
+    const float* const p = &points_[3 * i];
+    bereft.emplace(std::array<float, 3>{p[0], p[1], p[2]}, static_cast<std::int32_t>(i));
   }
-  for (int i = 0; i < engine.face.get_facenum(); ++i) {
-    const Mesh_R::_face& face = *engine.face[i];
+  for (std::size_t i = count; i < from.size(); ++i) {
+    const Float3& p = engine_.vertex[static_cast<int>(i)]->point;
+    const auto found = bereft.find({p.x, p.y, p.z});
+    if (found != bereft.end()) from[i] = found->second;
+  }
+  return from;
+}
+
+WorkMesh EngineMesh::work_mesh(const TriangleMesh& input) {
+  WorkMesh work;
+  work.points = input.points;
+  work.point_from.resize(input.points.size());
+  std::iota(work.point_from.begin(), work.point_from.end(), 0);
+  take_positions(work.points);
+  std::vector<std::int32_t> number = points_of_records(input.points.size());
+  for (std::size_t i = 0; i < number.size(); ++i) {
+    if (number[i] < 0) {
+      number[i] = work.add_point(frame_.outside(engine_.vertex[static_cast<int>(i)]->point));
+    }
+  }
+  const std::map<Triangle, std::int32_t> known = numbers_by_corners(input.triangles);
+  for (int i = 0; i < engine_.face.get_facenum(); ++i) {
+    const Mesh_R::_face& face = *engine_.face[i];
     if (face.state == Mesh_R::kStateDeleted) continue;
     Triangle t{};
     for (std::size_t k = 0; k < 3; ++k) {
-      t[k] = number[static_cast<std::size_t>(engine.vertex.get_vert_no(face.vert[k]))];
+      t[k] = number[static_cast<std::size_t>(engine_.vertex.get_vert_no(face.vert[k]))];
     }
-    if (t[0] >= 0 && t[1] >= 0 && t[2] >= 0) mesh.triangles.push_back(t);
+    const auto old = known.find(sorted(t));
+    if (old == known.end()) {
+      work.add_triangle(t);
+    } else {
+      work.add_triangle(input.triangles[static_cast<std::size_t>(old->second)], old->second);
+    }
   }
-  return mesh;
+  return work;
+}
+
+TriangleMesh EngineMesh::result(const TriangleMesh& input) {
+  Origin origin;
+  return work_mesh(input).result(input, origin);
 }
 
 void renew_normals(const TriangleMesh& before, TriangleMesh& after) {

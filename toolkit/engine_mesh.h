@@ -10,6 +10,7 @@
 #include "scanmesh/mesh.h"
 #include "scanmesh/toolkit/error.h"
 #include "scanmesh/toolkit/triangle_mesh.h"
+#include "toolkit/work_mesh.h"
 
 namespace scanmesh {
 
@@ -49,19 +50,26 @@ class EngineMesh {
 
   Mesh_M::Mesh& engine() { return engine_; }
 
-  // The engine's positions into a mesh with the points that went in (and maybe fewer of them). What
+  // The engine's positions in place of those that went in, or of the first of them. What
   // the engine left alone keeps its double coordinates; what it deleted, left without triangles or
   // made something that isn't finite stays where it was.
-  void take_positions(TriangleMesh& mesh);
+  void take_positions(std::vector<Point>& points);
+
+  // After an operation that adds and deletes records: the live faces over the input's points, which
+  // keep their coordinates even where the engine has made a new record at the place, and new ones.
+  // Input faces that are left keep their winding: the engine turns them where it takes a sharp
+  // place for a fold.
+  WorkMesh work_mesh(const TriangleMesh& input);
+  TriangleMesh result(const TriangleMesh& input);
 
  private:
+  // Per record the input's point that stands there, or -1.
+  std::vector<std::int32_t> points_of_records(std::size_t count);
+
   EngineFrame frame_;
   std::vector<float> points_;
   Mesh_M::Mesh engine_;
 };
-
-// The engine's live faces and their vertices, in the order of the records.
-TriangleMesh read_engine(Mesh_M::Mesh& engine, const EngineFrame& frame);
 
 // Where a mesh carries normals: those of points next to one that has moved, from the faces.
 void renew_normals(const TriangleMesh& before, TriangleMesh& after);

@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 
+#include "scanmesh/messages.h"
 #include "scanmesh/toolkit/filters.h"
 #include "toolkit/engine_mesh.h"
 #include "toolkit/progress.h"
@@ -88,11 +89,12 @@ TriangleMesh remove_spikes(const TriangleMesh& mesh, int level, const Progress& 
   TriangleMesh result = mesh;
   if (usable_triangles(mesh).empty()) return result;
   const TriangleMesh split = without_threes(mesh);
+  const QuietThread quiet;
   EngineMesh copy(split, EngineFrame(bounding_box(mesh), mean_side(mesh)));
   report(progress, 0.1, "remove spikes");
   copy.engine().remove_spikes_new(level);
   if (copy.engine().vertex.get_vertnum() == static_cast<int>(split.points.size())) {
-    copy.take_positions(result);
+    copy.take_positions(result.points);
   }
   renew_normals(mesh, result);
   report(progress, 1, "remove spikes");

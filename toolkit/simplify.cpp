@@ -24,9 +24,9 @@ struct Candidate {
   double cost;
   std::int32_t u;
   std::int32_t v;
-  std::uint32_t moves;    // of both ends when it was put in line: later ones have their own
-  std::uint32_t changes;  // of the planes around both ends
-  std::size_t attempt;    // 0: the best place; then the others, where that was refused
+  std::uint32_t moves;         // of both ends when it was put in line: later ones have their own
+  std::uint32_t changes : 30;  // of the planes around both ends
+  std::uint32_t attempt : 2;   // 0: the best place; then the others, where that was refused
 };
 // The cheapest on top, ties by number: the order is the same on every machine.
 struct Later {
@@ -112,7 +112,7 @@ class Simplifier {
                       1, static_cast<std::int64_t>(kRoundShare * static_cast<double>(live)));
   }
   std::uint32_t sum(const std::vector<std::uint32_t>& of, const Candidate& c) const {
-    return of[static_cast<std::size_t>(c.u)] + of[static_cast<std::size_t>(c.v)];
+    return (of[static_cast<std::size_t>(c.u)] + of[static_cast<std::size_t>(c.v)]) & 0x3fffffffU;
   }
   void tell() const {
     const auto whole = static_cast<double>(std::max<std::int64_t>(1, begin_ - limits_.faces));
@@ -128,7 +128,7 @@ class Simplifier {
     Candidate c{0, std::min(u, v), std::max(u, v), 0, 0, 0};
     c.cost = cost_.best(c.u, c.v).cost;
     c.moves = sum(moves_, c);
-    c.changes = sum(changes_, c);
+    c.changes = sum(changes_, c) & 0x3fffffffU;
     return c;
   }
   bool hopeless(std::int32_t u, std::int32_t v) const { return mesh_.locked(u) && mesh_.locked(v); }

@@ -1,6 +1,7 @@
 // The engine's filters on a mesh as a value.
 #include <string>
 
+#include "scanmesh/messages.h"
 #include "scanmesh/toolkit/filters.h"
 #include "toolkit/engine_mesh.h"
 #include "toolkit/progress.h"
@@ -58,9 +59,10 @@ TriangleMesh smooth(const TriangleMesh& mesh, const SmoothOptions& options) {
   report(options.progress, 0, "smooth");
   TriangleMesh result = mesh;
   if (usable_triangles(mesh).empty()) return result;
+  const QuietThread quiet;
   EngineMesh copy(mesh, EngineFrame(bounding_box(mesh), mean_side(mesh)));
   run_filter(copy.engine(), options);
-  copy.take_positions(result);
+  copy.take_positions(result.points);
   renew_normals(mesh, result);
   report(options.progress, 1, "smooth");
   return result;

@@ -1,11 +1,11 @@
 // The cut before the trim: the faces on the tool go, and the place is filled anew.
 #include <algorithm>
 #include <cstdint>
-#include <iostream>
 #include <memory>
 #include <unordered_set>
 #include <vector>
 
+#include "core/messages.h"
 #include "core/undo_record.h"
 #include "holes/fill_driver.h"
 #include "scanmesh/mesh.h"
@@ -142,7 +142,8 @@ bool Mesh::fill_rim(float spacing, _vert* tool) {
   // entries passed over make an opening fail whatever became of the fill.
   if (passed == rim_vertices.size()) {
     stands = false;
-    std::cout << passed << " tmpn == searchHoleVertNum" << std::endl;
+    scanmesh::Message(scanmesh::Channel::output_flushed)
+        << passed << " tmpn == searchHoleVertNum\n";
   }
   if (!stands && before != nullptr) {
     hole.Revoked_last();

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
-#include <iostream>
 #include <vector>
 
+#include "core/messages.h"
 #include "core/parallel.h"
 #include "core/vector_math.h"
 #include "scanmesh/mesh.h"
@@ -128,7 +128,8 @@ void Mesh::trimWithCircle(const std::vector<float>& trimRadii,
     const int result = searchRadiusFaces(searchRadii[i], spacing, &tools[i]);
     scanmesh::clear_marks(*this);
     if (result != 0) {
-      std::cout << "无法切割孔！" << std::endl;
+      // Hosts' logs hold this line.
+      scanmesh::print_message(scanmesh::Channel::output_flushed, "无法切割孔！\n");
       continue;
     }
     searchRausFaces(searchRadii[i], &tools[i]);

@@ -14,6 +14,7 @@
 #include "scanmesh/mesh.h"
 #include "scanmesh/mesh_block.h"
 #include "scanmesh/mesh_records.h"
+#include "scanmesh/messages.h"
 #include "scanmesh/octree.h"
 #include "scanmesh/octree_pool.h"
 #include "scanmesh/ply_reader.h"
