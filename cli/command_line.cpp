@@ -35,14 +35,12 @@ void add_all(CommandLine& line) {
   add_debris(line);
   add_spikes(line);
   add_smooth(line);
+  add_denoise(line);
   add_simplify(line);
   add_subdivide(line);
-#if defined(SCANMESH_CLI_ALL)
-  add_denoise(line);
   add_reconstruct(line);
   add_stitch(line);
   add_trim(line);
-#endif
   add_compare(line);
   add_convert(line);
   add_manual(line);

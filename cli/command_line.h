@@ -47,12 +47,10 @@ void add_subdivide(CommandLine& line);
 void add_compare(CommandLine& line);
 void add_convert(CommandLine& line);
 void add_manual(CommandLine& line);
-#if defined(SCANMESH_CLI_ALL)
 void add_denoise(CommandLine& line);
 void add_reconstruct(CommandLine& line);
 void add_stitch(CommandLine& line);
 void add_trim(CommandLine& line);
-#endif
 
 }  // namespace scanmesh::cli
 

@@ -42,7 +42,7 @@ class Help(CommandTest):
             return subprocess.run(["bash", "-c", lines], cwd=self.folder, text=True, check=True,
                                   stdout=subprocess.PIPE).stdout.split()
 
-        self.assertEqual(completed("scanmesh", "re"), ["repair"])
+        self.assertEqual(completed("scanmesh", "re"), ["repair", "reconstruct"])
         self.assertEqual(completed("scanmesh", "repair", "a", "--longest"), ["--longest-ring"])
         self.assertEqual(completed("scanmesh", "repair", "--keep", ""), ["all", "largest"])
         self.assertEqual(completed("scanmesh", "info", "cube.s"), ["cube.stl"])

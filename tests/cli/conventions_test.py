@@ -15,7 +15,7 @@ from harness import CUBE_FACES, CUBE_POINTS, CommandTest, grid, off, stl
 # Each with an input and an output, and what else it has to be given.
 CHANGING = {"repair": [], "fill": [], "orient": [], "debris": [],
             "convert": [], "spikes": [], "smooth": [], "simplify": ["--ratio", "90%"],
-            "subdivide": []}
+            "subdivide": [], "denoise": []}
 
 
 class Reading(CommandTest):

@@ -25,6 +25,7 @@ class Further(CommandTest):
     def setUp(self):
         super().setUp()
         points, faces = grid(12)
+        points = [(x, y, 0.5 if z > 0.4 else 0) for x, y, z in points]
         self.put("box.off", off(points, faces))
         self.put("points.xyz", sphere_samples())
         self.calls = {
