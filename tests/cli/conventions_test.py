@@ -63,7 +63,8 @@ class Reading(CommandTest):
 class Writing(CommandTest):
     def test_a_missing_folder_is_4(self):
         for command, more in CHANGING.items():
-            self.expect_refused(4, command, "cube.off", "nowhere/out.stl", *more, says="no such folder")
+            self.expect_refused(4, command, "cube.off", "nowhere/out.stl", *more,
+                                says="no such folder")
 
     def test_a_folder_is_4(self):
         (self.folder / "folder.stl").mkdir()

@@ -21,6 +21,22 @@ def sphere_samples(count=400):
     return ("\n".join(lines) + "\n").encode()
 
 
+def sheet(start, count, cell):
+    """A wavy sheet from (start, start) on, count x count cells."""
+    row = count + 1
+    points = []
+    for j in range(row):
+        for i in range(row):
+            x, y = start + cell * i, start + cell * j
+            points.append((x, y, 2 * math.sin(0.07 * x) * math.cos(0.06 * y)))
+    faces = []
+    for j in range(count):
+        for i in range(count):
+            a = j * row + i
+            faces += [(a, a + 1, a + row + 1), (a, a + row + 1, a + row)]
+    return points, faces
+
+
 class Further(CommandTest):
     def setUp(self):
         super().setUp()
@@ -28,9 +44,12 @@ class Further(CommandTest):
         points = [(x, y, 0.5 if z > 0.4 else 0) for x, y, z in points]
         self.put("box.off", off(points, faces))
         self.put("points.xyz", sphere_samples())
+        self.put("coarse.off", off(*sheet(0, 24, 2.0)))
+        self.put("fine.off", off(*sheet(18.3, 24, 0.5)))
         self.calls = {
             "denoise": ["box.off", "out.stl"],
             "reconstruct": ["points.xyz", "out.stl"],
+            "stitch": ["coarse.off", "fine.off", "out.stl"],
             "trim": ["box.off", "out.stl", "--circle", "0.5,0.5,0.5,0,0,1,0.2"],
         }
 
@@ -47,11 +66,12 @@ class Further(CommandTest):
             self.hold_golden(f"keys_{command}.txt", "\n".join(key_paths(document)) + "\n")
 
     def test_inputs_and_targets_are_held_to_the_conventions(self):
-        for command, (_, target, *more) in self.calls.items():
-            self.expect_refused(3, command, "missing.xyz", target, *more)
-            source = self.calls[command][0]
-            self.expect_refused(4, command, source, "nowhere/out.stl", *more)
-            self.expect_refused(2, command, source, "out.abc", *more)
+        for command, arguments in self.calls.items():
+            at = arguments.index("out.stl")
+            before, after = arguments[:at], arguments[at + 1:]
+            self.expect_refused(3, command, "missing.xyz", *before[1:], "out.stl", *after)
+            self.expect_refused(4, command, *before, "nowhere/out.stl", *after)
+            self.expect_refused(2, command, *before, "out.abc", *after)
 
     def test_strength_is_within_0_and_1(self):
         for value in ("-0.1", "1.1", "nan", "abc", ""):
@@ -68,6 +88,10 @@ class Further(CommandTest):
         self.expect_refused(2, "reconstruct", "points.xyz", "out.stl", "--method", "best")
 
     def test_stitch_takes_two_inputs_and_a_target(self):
+        document = self.document("stitch", "coarse.off", "fine.off", "out.stl")
+        self.assertGreater(document["faces"], document["fine_faces"])
+        self.assertEqual(self.health("out.stl")["components"], 1)
+        self.assertEqual(self.health("out.stl")["rings"], 1)
         self.expect_refused(3, "stitch", "box.off", "missing.off", "out.stl")
         self.expect_refused(2, "stitch", "-", "-", "out.stl")
         self.expect_refused(2, "stitch", "box.off", "out.stl")
@@ -79,7 +103,8 @@ class Further(CommandTest):
         self.assertEqual(document["openings"], 2)
 
     def test_a_bad_line_of_openings_is_named(self):
-        for line in (b"hexagon 1 2 3", b"circle 1 2 3", b"circle 0 0 0 0 0 0 1", b"circle 0 0 0 0 0 1 -1",
+        for line in (b"hexagon 1 2 3", b"circle 1 2 3", b"circle 0 0 0 0 0 0 1",
+                     b"circle 0 0 0 0 0 1 -1",
                      b"circle 0 0 0 0 0 1 nan", b"slot 0 0 0 0 0 1 0 0 0 1 1", b"circle a b c"):
             self.put("openings.txt", b"# one\n" + line + b"\n")
             self.expect_refused(3, "trim", "box.off", "out.stl", "openings.txt", says="line 2")
