@@ -33,7 +33,6 @@ void add_all(CommandLine& line) {
   add_fill(line);
   add_orient(line);
   add_debris(line);
-#if defined(SCANMESH_CLI_ALL)
   add_spikes(line);
   add_smooth(line);
   add_denoise(line);
@@ -42,7 +41,6 @@ void add_all(CommandLine& line) {
   add_reconstruct(line);
   add_stitch(line);
   add_trim(line);
-#endif
   add_compare(line);
   add_convert(line);
   add_manual(line);

@@ -40,19 +40,17 @@ void add_repair(CommandLine& line);
 void add_fill(CommandLine& line);
 void add_orient(CommandLine& line);
 void add_debris(CommandLine& line);
+void add_spikes(CommandLine& line);
+void add_smooth(CommandLine& line);
+void add_simplify(CommandLine& line);
+void add_subdivide(CommandLine& line);
 void add_compare(CommandLine& line);
 void add_convert(CommandLine& line);
 void add_manual(CommandLine& line);
-#if defined(SCANMESH_CLI_ALL)
-void add_spikes(CommandLine& line);
-void add_smooth(CommandLine& line);
 void add_denoise(CommandLine& line);
-void add_simplify(CommandLine& line);
-void add_subdivide(CommandLine& line);
 void add_reconstruct(CommandLine& line);
 void add_stitch(CommandLine& line);
 void add_trim(CommandLine& line);
-#endif
 
 }  // namespace scanmesh::cli
 

@@ -7,9 +7,7 @@
 
 #include "cli/command_line.h"
 #include "cli/ring_limits.h"
-#if defined(SCANMESH_CLI_ALL)
 #include "scanmesh/toolkit/resolution.h"
-#endif
 
 namespace scanmesh::cli {
 namespace {
@@ -43,8 +41,6 @@ bool well(RepairState state) {
   return state == RepairState::healthy || state == RepairState::repaired;
 }
 
-#if defined(SCANMESH_CLI_ALL)
-
 // Health as the repair was asked for it.
 bool as_wanted(const TriangleMesh& mesh, const RepairOptions& repair) {
   InspectOptions inspecting;
@@ -76,8 +72,6 @@ bool lighten(RepairResult& result, const Options& options, const RepairOptions& 
   return good && lighter.stop == SimplifyStop::target;
 }
 
-#endif
-
 int run(const Options& options, Session& session) {
   if (options.keep_holes && options.rings.any()) {
     throw UsageError("--keep-holes and a limit on rings contradict each other");
@@ -90,9 +84,7 @@ int run(const Options& options, Session& session) {
   document.update(Json::parse(to_json(result.report)));
   std::string text = describe(result.report);
   bool good = well(result.report.state);
-#if defined(SCANMESH_CLI_ALL)
   good = lighten(result, options, repairing, document, text) && good;
-#endif
   deliver(target, result.mesh, session, document, text);
   return good ? kDone : kDoneButNo;
 }
@@ -115,10 +107,8 @@ void add_steps(Command& command, Options& options) {
   command.length("--weld", options.weld,
                  "Points this close are joined along edges and cracks (default: 0.00012%)");
   command.count("--rounds", options.rounds, 1, 1000, "Rounds at most (default: 12)");
-#if defined(SCANMESH_CLI_ALL)
   command.count("--faces", options.faces, 4, kAnyCount,
                 "Simplifies the result to so many faces (default: not)");
-#endif
 }
 
 }  // namespace

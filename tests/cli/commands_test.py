@@ -5,9 +5,10 @@ import os
 import subprocess
 
 import harness
-from harness import CUBE_FACES, CUBE_POINTS, CommandTest, key_paths, off
+from harness import CUBE_FACES, CUBE_POINTS, CommandTest, grid, key_paths, off
 
-COMMANDS = ["info", "repair", "fill", "orient", "debris", "compare", "convert"]
+COMMANDS = ["info", "repair", "fill", "orient", "debris", "spikes", "smooth", "simplify",
+            "subdivide", "compare", "convert"]
 
 
 class Help(CommandTest):
@@ -41,7 +42,7 @@ class Help(CommandTest):
             return subprocess.run(["bash", "-c", lines], cwd=self.folder, text=True, check=True,
                                   stdout=subprocess.PIPE).stdout.split()
 
-        self.assertEqual(completed("scanmesh", "re"), ["repair"])
+        self.assertEqual(completed("scanmesh", "re"), ["repair", "reconstruct"])
         self.assertEqual(completed("scanmesh", "repair", "a", "--longest"), ["--longest-ring"])
         self.assertEqual(completed("scanmesh", "repair", "--keep", ""), ["all", "largest"])
         self.assertEqual(completed("scanmesh", "info", "cube.s"), ["cube.stl"])
@@ -56,6 +57,10 @@ class Documents(CommandTest):
             "fill": ["open.off", "out.stl"],
             "orient": ["open.off", "out.stl"],
             "debris": ["open.off", "out.stl"],
+            "spikes": ["open.off", "out.stl"],
+            "smooth": ["open.off", "out.stl"],
+            "simplify": ["open.off", "out.stl", "--faces", "8"],
+            "subdivide": ["open.off", "out.stl"],
             "compare": ["open.off", "cube.off"],
             "convert": ["open.off", "out.stl"],
         }
@@ -150,6 +155,17 @@ class Repair(CommandTest):
         self.expect(0, "repair", "two.off", "out.stl", "--keep", "largest")
         self.assertEqual(self.health("out.stl")["components"], 1)
 
+    def test_the_result_may_be_lightened(self):
+        points, faces = grid(20)
+        self.put("box.off", off(points, faces[4:]))
+        document = self.document("repair", "box.off", "out.stl", "--faces", "500")
+        light = self.health("out.stl")
+        self.assertTrue(light["healthy"])
+        self.assertTrue(document["simplified"]["healthy"])
+        self.assertLessEqual(light["faces"], 500)
+        self.assertGreaterEqual(light["faces"], 490)
+        self.assertNotIn("simplified", self.document("repair", "box.off", "out.stl"))
+
 
 class Steps(CommandTest):
     def test_fill_tells_each_ring(self):
@@ -175,6 +191,51 @@ class Steps(CommandTest):
         self.assertEqual(self.document("debris", "two.off", "out.off")["faces_removed"], 12)
         self.assertEqual(
             self.document("debris", "two.off", "o.off", "--share", "0.1%")["faces_removed"], 0)
+
+    def test_spikes_levels_a_spike(self):
+        points, faces = grid(20)
+        points = [(x, y, 0.5 if z > 0.4 else 0) for x, y, z in points]
+        spike = 21 * 21 + 10 * 21 + 10  # in the middle of the top
+        points[spike] = (*points[spike][:2], 0.8)
+        self.put("spike.off", off(points, faces))
+        document = self.document("spikes", "spike.off", "out.off")
+        self.assertGreaterEqual(document["largest_move"], 0.3)
+        self.assertAlmostEqual(self.health("out.off")["size"][2], 0.5, places=6)
+
+    def test_smooth_takes_each_filter_within_its_levels(self):
+        points, faces = grid(12)
+        self.put("box.off", off(points, faces))
+        for name, least, most in (("taubin", 1, 50), ("bilateral", 0, 3), ("two-step", 0, 3),
+                                  ("fast", 1, 6)):
+            arguments = ["smooth", "box.off", "out.off", "--filter", name]
+            self.assertEqual(self.document(*arguments)["filter"], name)
+            for level in (least, most):
+                self.expect(0, *arguments, "--level", str(level))
+            if least == 1:
+                self.expect_refused(2, *arguments, "--level", "0", says="takes 1 to")
+            if most < 10:
+                self.expect_refused(2, *arguments, "--level", "99", says="--level")
+
+    def test_simplify_reaches_its_target_or_says_no(self):
+        points, faces = grid(20)
+        self.put("box.off", off(points, faces))
+        total = len(faces)
+        document = self.document("simplify", "box.off", "out.off", "--ratio", "50%")
+        self.assertEqual(document["stop"], "target")
+        self.assertLessEqual(document["faces"], total // 2)
+        self.assertTrue(self.health("out.off")["healthy"])
+        document = self.document("simplify", "box.off", "out.off", "--error", "1%")
+        self.assertLessEqual(document["error"], 0.016)
+        document = self.document("simplify", "cube.off", "out.off", "--faces", "0", code=1)
+        self.assertEqual(document["stop"], "topology")
+        self.expect_refused(2, "simplify", "cube.off", "out.off", says="--faces")
+        self.expect_refused(2, "simplify", "cube.off", "out.off", "--faces", "abc")
+
+    def test_subdivide_makes_four_of_each(self):
+        self.assertEqual(self.document("subdivide", "cube.off", "o.off", "--steps", "2")["faces"],
+                         12 * 16)
+        for steps in ("0", "9", "-1", "two"):
+            self.expect_refused(2, "subdivide", "cube.off", "out.off", "--steps", steps)
 
     def test_compare_judges_when_asked(self):
         points = [(x, y, z * 1.25) for x, y, z in CUBE_POINTS]

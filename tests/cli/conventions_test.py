@@ -13,13 +13,15 @@ import harness
 from harness import CUBE_FACES, CUBE_POINTS, CommandTest, grid, off, stl
 
 # Each with an input and an output, and what else it has to be given.
-CHANGING = {"repair": [], "fill": [], "orient": [], "debris": [], "convert": []}
+CHANGING = {"repair": [], "fill": [], "orient": [], "debris": [],
+            "convert": [], "spikes": [], "smooth": [], "simplify": ["--ratio", "90%"],
+            "subdivide": [], "denoise": []}
 
 
 class Reading(CommandTest):
     def test_a_missing_file_is_3(self):
-        for command in CHANGING:
-            self.expect_refused(3, command, "missing.stl", "out.stl", says="missing.stl")
+        for command, more in CHANGING.items():
+            self.expect_refused(3, command, "missing.stl", "out.stl", *more, says="missing.stl")
         self.expect(3, "info", "missing.stl", says="does not exist")
 
     def test_a_folder_is_3(self):
@@ -60,8 +62,9 @@ class Reading(CommandTest):
 
 class Writing(CommandTest):
     def test_a_missing_folder_is_4(self):
-        for command in CHANGING:
-            self.expect_refused(4, command, "cube.off", "nowhere/out.stl", says="no such folder")
+        for command, more in CHANGING.items():
+            self.expect_refused(4, command, "cube.off", "nowhere/out.stl", *more,
+                                says="no such folder")
 
     def test_a_folder_is_4(self):
         (self.folder / "folder.stl").mkdir()
@@ -89,9 +92,9 @@ class Writing(CommandTest):
         def limit():
             resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))
 
-        for command in CHANGING:
-            self.expect_refused(4, command, "large.off", "out.obj", preexec_fn=limit,
-                                says="out.obj can't be written")
+        for command, more in CHANGING.items():
+            self.expect_refused(4, command, "large.off", "out.obj", *more,
+                                preexec_fn=limit, says="out.obj can't be written")
 
     def test_full_standard_output_is_4(self):
         for arguments in (["info", "cube.off"], ["info", "--json", "cube.off"], ["--help"],
@@ -129,8 +132,8 @@ class Writing(CommandTest):
 
     def test_no_file_beside_the_target_is_left(self):
         before = set(os.listdir(self.folder))
-        for command in CHANGING:
-            self.expect(0, command, "cube.off", "out.ply")
+        for command, more in CHANGING.items():
+            self.expect(0, command, "cube.off", "out.ply", *more)
         self.assertEqual(set(os.listdir(self.folder)) - before, {"out.ply"})
 
     def test_names_beyond_ascii_work(self):
@@ -157,9 +160,9 @@ class Calling(CommandTest):
             self.expect_refused(2, *arguments)
 
     def test_an_unknown_or_missing_extension_is_2(self):
-        for command in CHANGING:
+        for command, more in CHANGING.items():
             for name in ("out.abc", "out", "out.", "", ".stl"):
-                self.expect_refused(2, command, "cube.off", name)
+                self.expect_refused(2, command, "cube.off", name, *more)
 
     def test_values_that_are_no_numbers_are_2(self):
         for value in ("abc", "", "1x", "nan", "inf", "-inf", "1,5", "0x10", "1e999", " 1", "-1",
@@ -224,8 +227,8 @@ class Talking(CommandTest):
         self.assertIn(b"repaired", done.stderr)
 
     def test_quiet_says_nothing_but_errors(self):
-        for command in CHANGING:
-            done = self.expect(0, command, "cube.off", "out.stl", "--quiet")
+        for command, more in CHANGING.items():
+            done = self.expect(0, command, "cube.off", "out.stl", "--quiet", *more)
             self.assertEqual(done.stderr + done.stdout, b"")
         self.expect(3, "repair", "missing.stl", "out.stl", "-q", says="missing.stl")
 
@@ -236,8 +239,8 @@ class Talking(CommandTest):
         self.assertEqual(piped.stdout, (self.folder / "file.stl").read_bytes())
 
     def test_a_document_is_all_there_is(self):
-        for command in CHANGING:
-            done = self.run_command(command, "cube.off", "out.stl", "--json")
+        for command, more in CHANGING.items():
+            done = self.run_command(command, "cube.off", "out.stl", "--json", *more)
             self.assertEqual(done.stderr, b"")
             self.assertTrue(done.stdout.startswith(b"{\n") and done.stdout.endswith(b"\n}\n"))
 
