@@ -57,13 +57,12 @@ FloatBox CollapseBoxes::leaf_box(std::uint32_t node) const {
   return box;
 }
 
-void CollapseBoxes::build() {
+std::vector<std::int32_t> CollapseBoxes::along_the_curve() const {
   std::vector<std::pair<std::uint64_t, std::int32_t>> order;
   order.reserve(static_cast<std::size_t>(mesh_.live()));
   Extent extent;
   for (std::size_t f = 0; f < mesh_.triangles.size(); ++f) {
     const auto face = static_cast<std::int32_t>(f);
-    place_[f] = -1;
     if (!mesh_.alive(face) || !finite_corners(mesh_.points, mesh_.triangle(face))) continue;
     for (const std::int32_t v : mesh_.triangle(face)) extent.add(mesh_.point(v));
     order.emplace_back(0, face);
@@ -76,18 +75,25 @@ void CollapseBoxes::build() {
     code = extent.code((mesh_.point(t[0]) + mesh_.point(t[1]) + mesh_.point(t[2])) * (1.0 / 3));
   }
   std::sort(order.begin(), order.end());
+  std::vector<std::int32_t> faces(order.size());
+  for (std::size_t i = 0; i < faces.size(); ++i) faces[i] = order[i].second;
+  return faces;
+}
+
+void CollapseBoxes::build() {
+  const std::vector<std::int32_t> order = along_the_curve();
+  std::fill(place_.begin(), place_.end(), -1);
   leaves_ = 1;
   while (leaves_ * kLeafSize < order.size()) leaves_ *= 2;
   items_.assign(leaves_ * kLeafSize, -1);
   boxes_.assign(items_.size(), {});
   for (std::size_t i = 0; i < order.size(); ++i) {
     // Spread over all leaves, so that the tree is full.
-    const std::size_t at = i * leaves_ / order.size() * kLeafSize;
-    std::size_t free = at;
+    std::size_t free = i * leaves_ / order.size() * kLeafSize;
     while (items_[free] >= 0) ++free;
-    items_[free] = order[i].second;
-    place_[static_cast<std::size_t>(order[i].second)] = static_cast<std::int32_t>(free);
-    boxes_[free] = box_of(mesh_.points, mesh_.triangle(order[i].second));
+    items_[free] = order[i];
+    place_[static_cast<std::size_t>(order[i])] = static_cast<std::int32_t>(free);
+    boxes_[free] = box_of(mesh_.points, mesh_.triangle(order[i]));
   }
   nodes_.assign(2 * static_cast<std::size_t>(leaves_), {});
   for (std::uint32_t i = 2 * leaves_ - 1; i > 0; --i) {

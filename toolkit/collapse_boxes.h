@@ -53,6 +53,7 @@ class CollapseBoxes {
  private:
   static constexpr std::size_t kLeafSize = 4;
 
+  std::vector<std::int32_t> along_the_curve() const;
   void build();
   void follow(std::int32_t f);
   FloatBox leaf_box(std::uint32_t node) const;

@@ -29,7 +29,43 @@ bool contains(const Triangle& t, std::int32_t v) {
   return t[0] == v || t[1] == v || t[2] == v;
 }
 
+double sum_of_sizes(const Point& p) {
+  return std::abs(p.x) + std::abs(p.y) + std::abs(p.z);
+}
+
 }  // namespace
+
+// Heights over a triangle's plane, times its area.
+struct CollapseGuard::FacePlane {
+  const Triangle& corners;
+  Point origin;
+  Point area;
+  double error;  // of a height, by the size of what it is taken of
+
+  FacePlane(const std::vector<Point>& points, const Triangle& t, const Point& area_vector_of_t)
+      : corners(t), origin(points[static_cast<std::size_t>(t[0])]), area(area_vector_of_t) {
+    // The area vector's own error goes by the products it is made of.
+    const double reach = sum_of_sizes(points[static_cast<std::size_t>(t[1])] - origin) *
+                         sum_of_sizes(points[static_cast<std::size_t>(t[2])] - origin);
+    error = 0x1p-48 * (sum_of_sizes(area) + reach);
+  }
+
+  // Whether what `other` doesn't share lies on one side, by more than rounding can hide: then they
+  // meet nowhere else. Most neighbours are told apart by this.
+  bool parts(const std::vector<Point>& points, const Triangle& other) const {
+    bool above = false;
+    bool below = false;
+    for (const std::int32_t v : other) {
+      if (contains(corners, v)) continue;
+      const Point p = points[static_cast<std::size_t>(v)] - origin;
+      const double height = dot(area, p);
+      const double bound = error * sum_of_sizes(p);
+      above |= !(height < -bound);
+      below |= !(height > bound);
+    }
+    return above != below;
+  }
+};
 
 CollapseGuard::CollapseGuard(CollapseMesh& mesh, bool contacts) : mesh_(mesh) {
   if (contacts) boxes_.emplace(mesh);
@@ -127,37 +163,15 @@ int CollapseGuard::contacts_within() const {
   return contacts;
 }
 
-// Whether what `other` doesn't share with t lies on one side of t's plane, by more than rounding
-// can hide: then they meet nowhere else. Most neighbours are told apart by this.
-bool CollapseGuard::parted_by_plane(const Triangle& t, const Point& area,
-                                    const Triangle& other) const {
-  const Point& origin = mesh_.point(t[0]);
-  const double size = std::abs(area.x) + std::abs(area.y) + std::abs(area.z);
-  const Point a = mesh_.point(t[1]) - origin;
-  const Point b = mesh_.point(t[2]) - origin;
-  // The area vector's own error, relative to the products it is made of.
-  const double reach = (std::abs(a.x) + std::abs(a.y) + std::abs(a.z)) *
-                       (std::abs(b.x) + std::abs(b.y) + std::abs(b.z));
-  bool above = false;
-  bool below = false;
-  for (const std::int32_t v : other) {
-    if (contains(t, v)) continue;
-    const Point p = mesh_.point(v) - origin;
-    const double height = dot(area, p);
-    const double error = 0x1p-48 * (size + reach) * (std::abs(p.x) + std::abs(p.y) + std::abs(p.z));
-    above |= height > error;
-    below |= height < -error;
-    if (std::abs(height) <= error || (above && below)) return false;
-  }
-  return above || below;
-}
-
 // Pairs of a triangle of the fan and one that isn't at u or v.
 int CollapseGuard::contacts_around(std::int32_t u, std::int32_t v) {
   FloatBox all;
+  std::vector<FacePlane> planes;
+  planes.reserve(moved_.size());
   for (Moved& moved : moved_) {
     moved.box = box_of(mesh_.points, moved.corners);
     all.add(moved.box);
+    planes.emplace_back(mesh_.points, moved.corners, moved.area);
   }
   near_.clear();
   boxes_->for_each_meeting(all, [&](std::int32_t f) { near_.push_back(f); });
@@ -166,10 +180,11 @@ int CollapseGuard::contacts_around(std::int32_t u, std::int32_t v) {
     const Triangle& other = mesh_.triangle(f);
     if (contains(other, u) || contains(other, v) || mesh_.flat(f)) continue;
     const FloatBox& box = boxes_->box(f);
-    for (const Moved& moved : moved_) {
+    const FacePlane plane(mesh_.points, other, mesh_.area(f));
+    for (std::size_t i = 0; i < moved_.size(); ++i) {
+      const Moved& moved = moved_[i];
       if (!CollapseBoxes::meet(moved.box, box) || mesh_.flat(moved.face)) continue;
-      if (parted_by_plane(moved.corners, moved.area, other) ||
-          parted_by_plane(other, mesh_.area(f), moved.corners)) {
+      if (plane.parts(mesh_.points, moved.corners) || planes[i].parts(mesh_.points, other)) {
         continue;
       }
       contacts += contact_of(mesh_.points, moved.corners, other) != Contact::none;

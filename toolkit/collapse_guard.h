@@ -25,6 +25,7 @@ class CollapseGuard {
   }
 
  private:
+  struct FacePlane;
   struct Moved {
     std::int32_t face;
     Triangle corners;
@@ -35,7 +36,6 @@ class CollapseGuard {
   bool turns_little(const Moved& moved) const;
   void gather_moved(std::int32_t u, std::int32_t v, const EdgeStar& star);
   bool seen_from_one_side(std::int32_t u, bool closed) const;
-  bool parted_by_plane(const Triangle& t, const Point& area, const Triangle& other) const;
   int contacts_within() const;
   int contacts_around(std::int32_t u, std::int32_t v);
   int contacts_before(std::int32_t u, std::int32_t v, const EdgeStar& star);

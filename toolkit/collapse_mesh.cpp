@@ -51,6 +51,8 @@ CollapseMesh::CollapseMesh(const TriangleMesh& mesh, double scale, bool lock_bor
 void CollapseMesh::measure(std::int32_t f) {
   const Triangle& t = triangle(f);
   const auto at = static_cast<std::size_t>(f);
+  areas[at] = {};
+  if (!finite_corners(points, t)) return;
   areas[at] = area_vector(point(t[0]), point(t[1]), point(t[2]));
   const double size = dot(areas[at], areas[at]);
   weighted_[at] = size > 0 ? areas[at] * (1 / std::sqrt(std::sqrt(std::sqrt(size)))) : Point{};
@@ -58,7 +60,7 @@ void CollapseMesh::measure(std::int32_t f) {
   const Point other = point(t[2]) - point(t[0]);
   // Below this rounding may have hidden the sign.
   const bool small = !(size > 1e-24 * dot(side, side) * dot(other, other));
-  flat_[at] = small && finite_corners(points, t) && degenerate(points, t);
+  flat_[at] = small && degenerate(points, t);
 }
 
 // A triangle with a corner twice has no surface and goes; one that isn't finite stays and is

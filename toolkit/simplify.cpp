@@ -47,6 +47,7 @@ class Attributes {
   }
   // `kept` becomes the mix of both: share 0 is its own, 1 the other's.
   void mix(std::int32_t kept, std::int32_t lost, double share) {
+    if (share == 0) return;
     const auto a = static_cast<std::size_t>(kept);
     const auto b = static_cast<std::size_t>(lost);
     if (!colors_.empty()) {
@@ -334,10 +335,12 @@ Limits limits_of(const TriangleMesh& mesh, const SimplifyOptions& options, doubl
 // The power of two that brings the size of the mesh to 1 or a little less: no threshold and no
 // product of coordinates then depends on the unit.
 double scale_of(const TriangleMesh& mesh) {
-  const double diagonal = bounding_box(mesh).diagonal();
-  if (!(diagonal > 0) || !std::isfinite(diagonal)) return 1;
+  const Box box = bounding_box(mesh);
+  const Point size = box.max - box.min;
+  const double longest = std::max({size.x, size.y, size.z});
+  if (!(longest > 0) || !std::isfinite(longest)) return 1;
   int exponent = 0;
-  std::frexp(diagonal, &exponent);
+  std::frexp(longest, &exponent);
   return std::ldexp(1.0, std::clamp(-exponent, -1000, 1000));
 }
 

@@ -3,6 +3,7 @@
 
 #include "peers/mesh_simplifiers.h"
 #include "peers/scanmesh_mesh.h"
+#include "quiet_output.h"
 #include "scanmesh/toolkit/toolkit.h"
 
 namespace peers {
@@ -18,7 +19,10 @@ Simplified engine_simplified(const scanmesh::TriangleMesh& mesh, std::size_t fac
   }
   const auto copy = mesh_of(indexed);
   const auto begin = std::chrono::steady_clock::now();
-  copy->Mesh_simplify(static_cast<int>(faces), true);
+  {
+    const bench::QuietOutput quiet;
+    copy->Mesh_simplify(static_cast<int>(faces), true);
+  }
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
   const auto path = std::filesystem::temp_directory_path() / "scanmesh_engine_simplified.stl";
   copy->output_STL(path.string().c_str());
