@@ -1,5 +1,6 @@
 // The toolkit's simplify beside others: how far the result is from the input, what state it is in.
-//   peers_toolkit_simplify [--quick] FILE...
+//   peers_toolkit_simplify [--quick | --check] FILE...
+// --check tells only whether topology and state stayed, to a tenth and to a hundredth.
 // Distances in thousandths of the box's diagonal, to the input and back; times in the toolkit's.
 #include <chrono>
 #include <cmath>
@@ -123,13 +124,48 @@ void compare_at(const TriangleMesh& mesh, double share, bool quick) {
   }
 }
 
+bool kept(const scanmesh::Health& before, const scanmesh::Health& after) {
+  return after.components == before.components && after.rings == before.rings &&
+         (before.genus < 0 || after.genus == before.genus) &&
+         after.nonmanifold_edges == before.nonmanifold_edges &&
+         after.nonmanifold_vertices == before.nonmanifold_vertices &&
+         after.twisted_edges == before.twisted_edges &&
+         after.inward_components <= before.inward_components &&
+         after.duplicate_faces <= before.duplicate_faces &&
+         after.degenerate_faces <= before.degenerate_faces &&
+         after.self_intersections <= before.self_intersections;
+}
+
+// How many of the two results aren't what the input was.
+int check(const char* name, const TriangleMesh& mesh) {
+  const scanmesh::Health before = scanmesh::inspect(mesh);
+  int failures = 0;
+  for (const double share : {0.1, 0.01}) {
+    const auto faces =
+        static_cast<std::size_t>(std::ceil(share * static_cast<double>(mesh.triangles.size())));
+    const scanmesh::Health after = scanmesh::inspect(ours(mesh, faces).mesh);
+    if (kept(before, after)) continue;
+    ++failures;
+    std::printf("%s to %zu\n  before: %s\n  after: %s\n", name, faces,
+                scanmesh::to_json(before).c_str(), scanmesh::to_json(after).c_str());
+  }
+  return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   bool quick = false;
+  bool only_check = false;
+  int checked = 0;
+  int failures = 0;
   for (int i = 1; i < argc; ++i) {
     if (argv[i] == std::string("--quick")) {
       quick = true;
+      continue;
+    }
+    if (argv[i] == std::string("--check")) {
+      only_check = true;
       continue;
     }
     TriangleMesh mesh;
@@ -137,7 +173,13 @@ int main(int argc, char** argv) {
       mesh = scanmesh::read_mesh(argv[i]);
     } catch (const scanmesh::Error& error) {
       std::fprintf(stderr, "%s\n", error.what());
-      return 1;
+      if (!only_check) return 1;
+      continue;
+    }
+    if (only_check) {
+      ++checked;
+      failures += check(argv[i], mesh);
+      continue;
     }
     std::printf("\n## %s, %zu triangles: %s\n", argv[i], mesh.triangles.size(),
                 scanmesh::describe(scanmesh::inspect(mesh)).c_str());
@@ -146,5 +188,7 @@ int main(int argc, char** argv) {
       compare_at(mesh, share, quick);
     }
   }
-  return 0;
+  if (only_check)
+    std::printf("%d meshes, %d results that aren't as they were\n", checked, failures);
+  return failures == 0 ? 0 : 1;
 }
