@@ -24,7 +24,7 @@ check_tidy() {
     -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
   # Findings are reported; those that the configuration calls errors fail the check.
   sources 'core/*.cpp' 'formats/*.cpp' 'smoothing/*.cpp' 'refinement/*.cpp' 'holes/*.cpp' \
-    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'toolkit/*.cpp' 'examples/*.cpp' |
+    'octree/*.cpp' 'patching/*.cpp' 'pivoting/*.cpp' 'trimming/*.cpp' 'toolkit/*.cpp' 'cli/*.cpp' 'examples/*.cpp' |
     xargs -r -n 4 -P "$jobs" clang-tidy --quiet -p "$build" 2> >(grep -v 'warnings generated' >&2)
 }
 
