@@ -12,7 +12,7 @@ set(strong)
 foreach(line IN LISTS lines)
   string(REGEX REPLACE "^[0-9a-f]+ [A-Za-z] " "" name "${line}")
   if(NOT name MATCHES
-     "^(BPA::Ball_Pivoting::[^T]|F_OctTree<Oct_tree_Triangulation\\*>::|GetHK\\(|MC_Triangulation::|Mesh_M::(CavityPatcher|Mesh|MeshBlock|VertexOctree)::|Mesh_R::(Edge|Face|Hole|Vertex)::|Oct_tree_Tri::|Svd_Decompose\\(|ply_reader_writer::(PLY_Base|PLY_Reader|TriMeshData)::|xbpa::XBallPivoting::)")
+     "^(BPA::Ball_Pivoting::[^T]|F_OctTree<Oct_tree_Triangulation\\*>::|GetHK\\(|MC_Triangulation::|Mesh_M::(CavityPatcher|Mesh|MeshBlock|VertexOctree)::|Mesh_R::(Edge|Face|Hole|Vertex)::|Oct_tree_Tri::|Svd_Decompose\\(|ply_reader_writer::(PLY_Base|PLY_Reader|TriMeshData)::|scanmesh::(QuietThread::|set_message_sink\\()|xbpa::XBallPivoting::)")
     message(SEND_ERROR "exported, but not an exported name: ${name}")
   endif()
   if(line MATCHES "^[0-9a-f]+ [TDBR] ")
