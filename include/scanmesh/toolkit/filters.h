@@ -25,7 +25,9 @@ struct SmoothOptions {
 };
 /// The mesh with other positions, in the same order; what isn't finite afterwards, and points
 /// without triangles, stays where it was. Throws Error(invalid_argument) for a level out of range.
-/// New positions are floats: the engine's. The result doesn't depend on the mesh's unit.
+/// New positions have the precision of floats about the middle of the mesh's box: they are the
+/// engine's. What it leaves alone keeps its doubles. Normals, where the mesh has them, follow. The
+/// result doesn't depend on the mesh's unit. The engine hears Cancelled at the end of its call.
 SCANMESH_TOOLKIT_API TriangleMesh smooth(const TriangleMesh& mesh,
                                          const SmoothOptions& options = {});
 
@@ -45,12 +47,19 @@ struct DenoiseResult {
 };
 /// Takes noise out and keeps edges sharp: normals are filtered with the help of the most even patch
 /// around each face (Zhang, Deng, Zhang, Bouaziz, Liu 2015), then points follow (Sun, Rosin,
-/// Martin, Langbein 2007). Points of open edges stay. A mesh without noise stays as it is.
+/// Martin, Langbein 2007). A shape that is curved throughout, on which that makes facets, is
+/// smoothed evenly instead (Taubin 1995), until points have moved as far as the noise explains.
+/// Points of open edges stay. The volume of a closed mesh is kept within 0.1 % as far as the limit
+/// of displacement lets it; no face is turned over. A mesh without noise stays as it is, and so
+/// does one whose roughness differs from place to place so much that it may be detail:
+/// `noise_before` is 0 then. Uses all processors.
 SCANMESH_TOOLKIT_API DenoiseResult denoise(const TriangleMesh& mesh,
                                            const DenoiseOptions& options = {});
 
 /// Levels single spikes and pits. `level` 0 to 100, the more the more aggressive; throws
-/// Error(invalid_argument) for others. Order and count are kept.
+/// Error(invalid_argument) for others. Order and count are kept: a spike on three faces, which the
+/// engine takes away, is moved like the others. Progress is told before and after the engine's
+/// call.
 SCANMESH_TOOLKIT_API TriangleMesh remove_spikes(const TriangleMesh& mesh, int level = 50,
                                                 const Progress& progress = {});
 
