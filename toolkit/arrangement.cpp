@@ -56,7 +56,7 @@ const ExactTriangle& Arrangement::exact(std::int32_t f) {
   const int axis = longest_axis(plane);
   const bool mirrored = plane.normal[static_cast<std::size_t>(axis)] < 0;
   if (mirrored) std::swap(corners[1], corners[2]);
-  slot.reset(new ExactTriangle{corners, Flattening(axis), mirrored, plane});
+  slot = std::make_unique<ExactTriangle>(ExactTriangle{corners, Flattening(axis), mirrored, plane});
   return *slot;
 }
 

@@ -14,7 +14,7 @@ struct UnionChanges {
 
 // Cuts the triangles of a closed mesh along the pairs, computes on both sides of each part how
 // often the surface winds around it (Jacobson 2013; Zhou, Grinspun, Zorin, Jacobson 2016), and
-// keeps what parts 0 and less from 1 and more, turned outward. Exact until the new points are
+// keeps what lies between 0 or less and 1 or more, turned outward. Exact until the new points are
 // rounded at the end. Triangles that aren't cut keep their numbers' origins.
 UnionChanges unite(WorkMesh& mesh, const std::vector<Intersection>& pairs, const Ground& ground);
 

@@ -1,5 +1,5 @@
-// Judges meshes as another library sees them: reads STL files, joins equal points, and prints for each
-// whether it is one closed, manifold, consistently oriented, outward surface without
+// Judges meshes as another library sees them: reads STL files, joins equal points, and prints for
+// each whether it is one closed, manifold, consistently oriented, outward surface without
 // self-intersections, and the first of these that fails. Not shipped.
 //   peers_judge FILE.stl...
 // A line per file: NAME, verdict, reason, components, vertices, faces; tab-separated.
@@ -67,13 +67,13 @@ Verdict judge(const Soup& soup) {
       return {"degenerate", 0};
     }
   }
-  if (!pmp::is_polygon_soup_a_polygon_mesh(soup.triangles)) return {"not manifold or not oriented", 0};
+  if (!pmp::is_polygon_soup_a_polygon_mesh(soup.triangles))
+    return {"not manifold or not oriented", 0};
   Mesh mesh;
   pmp::polygon_soup_to_polygon_mesh(soup.points, soup.triangles, mesh);
   Verdict verdict;
   std::vector<std::size_t> number(num_faces(mesh));
-  verdict.components = pmp::connected_components(
-      mesh, CGAL::make_property_map(number));
+  verdict.components = pmp::connected_components(mesh, CGAL::make_property_map(number));
   if (!CGAL::is_closed(mesh)) {
     verdict.reason = "open";
   } else if (pmp::does_self_intersect(mesh)) {
@@ -100,7 +100,7 @@ int main(int count, char** paths) {
     const std::string path = paths[i];
     std::cout << path.substr(path.rfind('/') + 1) << '\t'
               << (verdict.reason.empty() ? "healthy" : "not") << '\t'
-              << (verdict.reason.empty() ? "-" : verdict.reason) << '\t' << verdict.components << '\t'
-              << soup.points.size() << '\t' << soup.triangles.size() << std::endl;
+              << (verdict.reason.empty() ? "-" : verdict.reason) << '\t' << verdict.components
+              << '\t' << soup.points.size() << '\t' << soup.triangles.size() << std::endl;
   }
 }

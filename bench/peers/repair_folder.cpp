@@ -1,8 +1,8 @@
 // Repairs every mesh of a folder by the toolkit and writes each before and after as binary STL.
 //   peers_repair_folder IN_FOLDER OUT_FOLDER
-// OUT_FOLDER/before/NAME.stl, OUT_FOLDER/after/NAME.stl. A line per file: NAME, state, components before
-// and after, share of the input's points that are there bit for bit, largest movement off defects over
-// the box's diagonal, seconds, what the toolkit says; tab-separated.
+// OUT_FOLDER/before/NAME.stl, OUT_FOLDER/after/NAME.stl. A line per file: NAME, state, components
+// before and after, share of the input's points that are there bit for bit, largest movement off
+// defects over the box's diagonal, seconds, what the toolkit says; tab-separated.
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -50,13 +50,14 @@ void repair_one(const fs::path& path, const fs::path& out) {
   scanmesh::write_mesh(result.mesh, after);
   const auto old = places(soup);
   const auto now = places(scanmesh::read_mesh(after));
-  const auto kept = std::count_if(old.begin(), old.end(),
-                                  [&now](const auto& p) { return now.count(p) != 0; });
+  const auto kept =
+      std::count_if(old.begin(), old.end(), [&now](const auto& p) { return now.count(p) != 0; });
   std::cout << name << '\t' << name_of(result.report.state) << '\t'
             << result.report.before.components << '\t' << result.report.after.components << '\t'
             << static_cast<double>(kept) / static_cast<double>(old.size()) << '\t'
             << result.report.largest_movement / scanmesh::bounding_box(soup).diagonal() << '\t'
-            << result.report.seconds << '\t' << scanmesh::describe(result.report.after) << std::endl;
+            << result.report.seconds << '\t' << scanmesh::describe(result.report.after)
+            << std::endl;
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ struct OpenOctahedron {
   }
 };
 
-TEST(Leftovers, ARemovalTakesALaterNeighbourAlong) {
+TEST(Leftovers, a_removal_takes_a_later_neighbour_along) {
   OpenOctahedron open;
   open.list(open.rim, open.behind);
   EXPECT_EQ(open.rim->state, 3);
@@ -47,7 +47,7 @@ TEST(Leftovers, ARemovalTakesALaterNeighbourAlong) {
   EXPECT_TRUE(adjacency_holds(*open.mesh));
 }
 
-TEST(Leftovers, AnEarlierNeighbourStays) {
+TEST(Leftovers, an_earlier_neighbour_stays) {
   OpenOctahedron open;
   open.list(open.behind, open.rim);
   EXPECT_EQ(open.rim->state, 3);
