@@ -31,7 +31,7 @@ if [[ ${#files[@]} -gt 0 && ! -r ${files[0]} ]]; then
 fi
 
 setup=()
-targets=(make_scan repair_scan smooth_scan repair)
+targets=(make_scan repair_scan smooth_scan repair scanmesh_cli)
 extra=()
 truth=()
 if [[ $report == yes ]]; then
@@ -72,6 +72,7 @@ fi
 healthy=${result%.stl}_healthy.stl
 echo
 "$build/examples/repair" "$scan" "$healthy" || [[ $? -eq 1 ]]
+"$build/cli/scanmesh" info "$healthy"
 echo
 echo "Scan:     $scan"
 echo "Repaired: $result"

@@ -10,7 +10,7 @@ meshes=/usr/share/doc/libcgal-dev/data.tar.gz
 
 "$root/scripts/setup.sh" --render
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
-cmake --build "$build" --target stl_to_pov repair convert >/dev/null
+cmake --build "$build" --target stl_to_pov scanmesh_cli >/dev/null
 work=$build/render_repair
 mkdir -p "$work" "$(dirname "$picture")"
 source "$root/scripts/render_scene.sh"
@@ -36,8 +36,8 @@ pictures=()
 pair() {
   local name=$1 sight=$2 up=$3 aim extent
   tar -xzf "$meshes" -C "$work" --strip-components=2 "data/meshes/$name.off"
-  "$build/examples/repair" "$work/$name.off" "$work/${name}_after.stl" >"$work/$name.txt"
-  python3 "$root/scripts/off_to_stl.py" "$work/$name.off" "$work/${name}_before.stl"
+  "$build/cli/scanmesh" convert --quiet "$work/$name.off" "$work/${name}_before.stl"
+  "$build/cli/scanmesh" repair --quiet "$work/$name.off" "$work/${name}_after.stl"
   read -r aim extent < <(frame "$work/${name}_before.stl" | sed 's/, /,/g')
   for when in before after; do
     render_scene "$work/${name}_$when.stl" "$work/${name}_$when.png" "$work" "$sight" "$up" "$aim" "$extent" 620

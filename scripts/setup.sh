@@ -26,7 +26,7 @@ for option in "$@"; do
       command -v node >/dev/null || packages+=(nodejs)
       command -v npm >/dev/null || packages+=(npm)
       ;;
-    --render) packages+=(povray) ;;
+    --render) packages+=(povray imagemagick) ;;
     --peers) packages+=(libopen3d-dev libcgal-dev libopenmesh-dev libmeshoptimizer-dev
                         libassimp-dev admesh) ;;
     *) echo "setup.sh: unknown option $option" >&2; exit 2 ;;
