@@ -62,7 +62,12 @@ QuietThread::~QuietThread() {
 }
 
 Message::Message(Channel channel) : channel_(channel) {
-  text_.copyfmt(channel == Channel::error ? std::cerr : std::cout);
+  // Two calls: of one with a choice between the streams, GCC 12 under its sanitizer makes a null.
+  if (channel == Channel::error) {
+    text_.copyfmt(std::cerr);
+  } else {
+    text_.copyfmt(std::cout);
+  }
 }
 
 void print_message(Channel channel, std::string_view text) {
