@@ -15,7 +15,7 @@ work=$build/render_repair
 mkdir -p "$work" "$(dirname "$picture")"
 source "$root/scripts/render_scene.sh"
 
-# The middle of a binary STL file as the renderer's vector, and its extent.
+# The middle of a binary STL file as the renderer's vector, and the width to show.
 frame() {
   python3 - "$1" <<'PYTHON'
 import struct
@@ -27,7 +27,8 @@ corners = [struct.unpack_from("<3f", data, 84 + 50 * i + 12 * k) for i in range(
 low = [min(p[k] for p in corners) for k in range(3)]
 high = [max(p[k] for p in corners) for k in range(3)]
 extent = sum((h - l) ** 2 for l, h in zip(low, high)) ** 0.5
-print("<" + ", ".join(str((l + h) / 2) for l, h in zip(low, high)) + ">", extent)
+# The pictures are wider than high: the height has to show all of it from any side.
+print("<" + ", ".join(str((l + h) / 2) for l, h in zip(low, high)) + ">", extent / 0.62)
 PYTHON
 }
 
